@@ -1,0 +1,22 @@
+# Library, headers, CMake package and pkg-config file.
+include(CMakePackageConfigHelpers)
+
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/Verrick)
+
+install(TARGETS Verrick EXPORT VerrickTargets
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development)
+install(DIRECTORY include/verrick DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
+install(EXPORT VerrickTargets NAMESPACE Verrick:: DESTINATION ${package_dir} COMPONENT development)
+
+configure_package_config_file(cmake/VerrickConfig.cmake.in VerrickConfig.cmake
+    INSTALL_DESTINATION ${package_dir})
+write_basic_package_version_file(VerrickConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/VerrickConfig.cmake
+              ${CMAKE_CURRENT_BINARY_DIR}/VerrickConfigVersion.cmake
+    DESTINATION ${package_dir} COMPONENT development)
+
+# Relative to the file's own place, so that an installed tree can be moved.
+file(RELATIVE_PATH pc_to_prefix /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
+configure_file(cmake/verrick.pc.in verrick.pc @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/verrick.pc
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)

@@ -1,0 +1,10 @@
+# The library's sources, one section for each subsystem folder.
+target_sources(Verrick PRIVATE
+    frame/critical_section.cpp
+    frame/deadline.cpp
+    frame/event.cpp
+    frame/list.cpp
+    frame/version.cpp
+
+    threads/time_primitives.cpp
+)

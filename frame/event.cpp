@@ -1,0 +1,151 @@
+#include <verrick/event.h>
+
+#include "frame/deadline.h"
+#include "frame/mutex.h"
+#include <verrick/time_primitives.h>
+
+#include <cerrno>
+#include <cstdio>
+
+namespace {
+
+constexpr int kForever = -1;
+constexpr unsigned int kRetryMs = 10; // after an interrupted wait
+constexpr unsigned int kDrainMs = 5;  // between two looks at the waiters of a dying event
+
+constexpr auto relaxed = std::memory_order_relaxed;
+
+// Counts the caller among the waiters for a scope, under the event's mutex: also on the way out of
+// a cancelled thread, or the destructor would wait for it for ever.
+class CountedWaiter {
+public:
+    explicit CountedWaiter(std::atomic<int>& waiters) : m_waiters(waiters) { Add(1); }
+    ~CountedWaiter() { Add(-1); }
+    CountedWaiter(CountedWaiter const&) = delete;
+    CountedWaiter& operator=(CountedWaiter const&) = delete;
+
+private:
+    void Add(int amount) { m_waiters.store(m_waiters.load(relaxed) + amount, relaxed); }
+
+    std::atomic<int>& m_waiters;
+};
+
+} // namespace
+
+IEvent::IEvent() = default;
+IEvent::~IEvent() = default;
+
+DEvent::DEvent(bool initialState, bool autoReset)
+    : m_impl(new DEventImpl(initialState, autoReset)) {}
+
+DEvent::~DEvent() {
+    delete m_impl;
+}
+
+void DEvent::Signal() {
+    if (m_impl != nullptr) {
+        m_impl->Signal();
+    }
+}
+
+void DEvent::Reset() {
+    if (m_impl != nullptr) {
+        m_impl->Reset();
+    }
+}
+
+wait_result_t DEvent::Wait(int timeoutMs) {
+    return m_impl != nullptr ? m_impl->Wait(timeoutMs) : WAIT_RESULT_FAILED;
+}
+
+DEventImpl::DEventImpl(bool initialState, bool autoReset)
+    : m_autoReset(autoReset), m_signaled(initialState), m_waiters(0), m_destroying(0) {
+    pthread_cond_init(&m_cond, nullptr);
+    verrick::InitErrorCheckMutex(m_mutex, m_mutexAttr);
+}
+
+// The flag and the broadcast stand under the mutex, and Wait looks at the flag again under it, so
+// that no thread on its way into its wait misses the broadcast. The last lock and unlock lets the
+// last waiter get out of the mutex before that goes.
+DEventImpl::~DEventImpl() {
+    {
+        verrick::MutexLock lock(m_mutex);
+        m_destroying.store(1, relaxed);
+        pthread_cond_broadcast(&m_cond);
+    }
+    while (m_waiters.load(relaxed) > 0) {
+        ::Sleep(kDrainMs);
+    }
+    pthread_mutex_lock(&m_mutex);
+    pthread_mutex_unlock(&m_mutex);
+    verrick::DestroyErrorCheckMutex(m_mutex, m_mutexAttr);
+    pthread_cond_destroy(&m_cond);
+}
+
+// With a waiter the state stays clear: the wake-up itself is the signal, and the woken thread finds
+// nothing to consume.
+void DEventImpl::Signal() {
+    if (m_destroying.load(relaxed) != 0) {
+        return;
+    }
+    verrick::MutexLock lock(m_mutex);
+    if (m_autoReset) {
+        m_signaled = m_waiters.load(relaxed) <= 0;
+        pthread_cond_signal(&m_cond);
+    } else {
+        m_signaled = true;
+        pthread_cond_broadcast(&m_cond);
+    }
+}
+
+void DEventImpl::Reset() {
+    if (m_destroying.load(relaxed) != 0) {
+        return;
+    }
+    verrick::MutexLock lock(m_mutex);
+    m_signaled = false;
+}
+
+wait_result_t DEventImpl::Wait(int timeoutMs) {
+    if (m_destroying.load(relaxed) != 0) {
+        return WAIT_RESULT_FAILED;
+    }
+    verrick::MutexLock lock(m_mutex);
+    if (m_destroying.load(relaxed) != 0) {
+        return WAIT_RESULT_FAILED;
+    }
+    if (m_signaled) {
+        m_signaled = !m_autoReset;
+        return WAIT_RESULT_OK;
+    }
+    // The state is not looked at again: every wake-up counts, for a signal to a waiter leaves none.
+    CountedWaiter counted(m_waiters);
+    switch (WaitForCondition(timeoutMs)) {
+    case 0:
+        return WAIT_RESULT_OK;
+    case ETIMEDOUT:
+        return WAIT_RESULT_TIMEOUT;
+    default:
+        return WAIT_RESULT_FAILED;
+    }
+}
+
+// Blocks on the condition, once where there is a time-out, and gives the error of the wait. The
+// wait's result is the error: errno may hold anything.
+int DEventImpl::WaitForCondition(int timeoutMs) {
+    if (timeoutMs != kForever) {
+        timespec const deadline = verrick::DeadlineAfter(timeoutMs);
+        return pthread_cond_timedwait(&m_cond, &m_mutex, &deadline);
+    }
+    for (;;) {
+        int const error = pthread_cond_wait(&m_cond, &m_mutex);
+        if (error == 0) {
+            return 0;
+        }
+        if (error != EINTR) {
+            std::puts("sem_wait returned error (other than EINTR)");
+            return error;
+        }
+        ::Sleep(kRetryMs);
+    }
+}

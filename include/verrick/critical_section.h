@@ -1,0 +1,53 @@
+/*
+ * A mutex and its scoped lock: pthread_mutex_lock and pthread_mutex_unlock on an error-checking
+ * mutex. Plain classes without virtual operations.
+ *
+ * A critical section is not recursive. A second Enter by the thread that holds it neither blocks
+ * nor counts, and the first Leave frees it.
+ */
+#ifndef VERRICK_CRITICAL_SECTION_H
+#define VERRICK_CRITICAL_SECTION_H
+
+#include <verrick/detail/api.h>
+
+#include <pthread.h>
+
+/*
+ * Every operation may be called from any thread. The owner destroys a section when no thread is
+ * inside it or on its way in.
+ */
+class VERRICK_API DCriticalSection {
+public:
+    /* Makes a free section. A failure of the POSIX calls is not reported. */
+    DCriticalSection();
+    ~DCriticalSection();
+
+    /* Waits for ever until the section is free and takes it. Does nothing if the caller has it. */
+    void Enter();
+
+    /* Frees the section. Does nothing if the caller doesn't have it. */
+    void Leave();
+
+    DCriticalSection(DCriticalSection const&) = delete;
+    DCriticalSection& operator=(DCriticalSection const&) = delete;
+
+private:
+    pthread_mutexattr_t m_attr;
+    pthread_mutex_t m_mutex;
+};
+
+/* Holds a critical section for a scope, and leaves it on every way out, an exception included. */
+class VERRICK_API DMonitor {
+public:
+    /* Enters the section, which the monitor doesn't own and which must outlive it. */
+    explicit DMonitor(DCriticalSection& section);
+    ~DMonitor();
+
+    DMonitor(DMonitor const&) = delete;
+    DMonitor& operator=(DMonitor const&) = delete;
+
+private:
+    DCriticalSection& m_section;
+};
+
+#endif

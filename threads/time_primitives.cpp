@@ -1,0 +1,57 @@
+#include <verrick/time_primitives.h>
+
+#include <cstdint>
+#include <ctime>
+#include <sys/select.h>
+
+namespace {
+
+constexpr unsigned int kMsPerSecond = 1000;
+constexpr unsigned int kUsPerMs = 1000;
+constexpr long kNsPerMs = 1000000;
+constexpr std::uint32_t kPeriodStepMs = 10;
+
+} // namespace
+
+// Taken in 32 bits throughout, so that the count wraps in the same way on every target.
+unsigned int GetTickCount() {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<std::uint32_t>(now.tv_sec) * kMsPerSecond +
+           static_cast<std::uint32_t>(now.tv_nsec / kNsPerMs);
+}
+
+int Sleep(unsigned int ms) {
+    timeval period{};
+    period.tv_sec = static_cast<time_t>(ms / kMsPerSecond);
+    period.tv_usec = static_cast<suseconds_t>(ms % kMsPerSecond * kUsPerMs);
+    select(0, nullptr, nullptr, nullptr, &period);
+    return 0;
+}
+
+int DTimeManagerImplCallouts__CreatePeriodicTimer(void** timer) {
+    auto* const period = new std::uint32_t;
+    *timer = period;
+    timespec resolution{};
+    clock_getres(CLOCK_REALTIME, &resolution);
+    *period = static_cast<std::uint32_t>(resolution.tv_nsec / kNsPerMs);
+    *period += kPeriodStepMs - *period % kPeriodStepMs;
+    return static_cast<int>(*period);
+}
+
+void DTimeManagerImplCallouts__DestroyPeriodicTimer(void** timer) {
+    delete static_cast<std::uint32_t*>(*timer);
+    *timer = nullptr;
+}
+
+void DTimeManagerImplCallouts__Sleep(void* /*timer*/, int ms) {
+    Sleep(static_cast<unsigned int>(ms));
+}
+
+bool DTimeManagerImplCallouts__WaitForTimerExpiration(void* timer) {
+    if (timer == nullptr) {
+        return false;
+    }
+    Sleep(*static_cast<std::uint32_t*>(timer));
+    return true;
+}
