@@ -1,12 +1,23 @@
 # The library's sources, one section for each subsystem folder.
 target_sources(Verrick PRIVATE
+    frame/atomics.cpp
     frame/critical_section.cpp
     frame/deadline.cpp
     frame/event.cpp
+    frame/interlocked.cpp
     frame/list.cpp
+    frame/semaphore.cpp
     frame/version.cpp
 
     threads/time_primitives.cpp
+
+    handles/event_handle.cpp
+    handles/flat_critical_section.cpp
+    handles/handle_object.cpp
+    handles/semaphore_handle.cpp
+
+    queues/message_queue.cpp
+    queues/ring.cpp
 
     strings/compare.cpp
     strings/trim.cpp

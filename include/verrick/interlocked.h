@@ -1,0 +1,97 @@
+/*
+ * Counting from several threads, in two separate ways.
+ *
+ * DInterlockedValue is an integer behind a critical section. AtomicInt and its primitives, and the
+ * Interlocked calls over them (flat/frame.h), are atomic steps on a bare word, without a lock and
+ * without a memory barrier: they count, and publish nothing else.
+ */
+#ifndef VERRICK_INTERLOCKED_H
+#define VERRICK_INTERLOCKED_H
+
+#include <verrick/critical_section.h>
+#include <verrick/detail/api.h>
+#include <verrick/frame.h>
+
+#include <atomic>
+
+/*
+ * Every operation may be called from any thread. The value wraps between INT_MAX and INT_MIN. The
+ * owner destroys it when no thread is inside an operation.
+ */
+class VERRICK_API IInterlockedValue {
+public:
+    IInterlockedValue();
+    virtual ~IInterlockedValue();
+
+    /* Each of these gives the value that this very call made. */
+    virtual int Increment() = 0;
+    virtual int Decrement() = 0;
+    virtual int Add(int amount) = 0;
+
+    /* Stores value and gives it back: not the old one, as InterlockedExchange does. */
+    virtual int SetValue(int value) = 0;
+
+    /* Takes no lock, so the value may be about to change. */
+    virtual int GetValue() const = 0;
+
+    IInterlockedValue(IInterlockedValue const&) = delete;
+    IInterlockedValue& operator=(IInterlockedValue const&) = delete;
+};
+
+class VERRICK_API DInterlockedValue : public IInterlockedValue {
+public:
+    /* Throws std::bad_alloc. */
+    explicit DInterlockedValue(int value);
+    ~DInterlockedValue() override;
+
+    int Increment() override;
+    int Decrement() override;
+    int Add(int amount) override;
+    int SetValue(int value) override;
+    int GetValue() const override;
+
+private:
+    IInterlockedValue* m_impl; /* owned; constant after construction */
+};
+
+/* The work behind DInterlockedValue. */
+class VERRICK_API DInterlockedValueImpl : public IInterlockedValue {
+public:
+    explicit DInterlockedValueImpl(int value);
+    ~DInterlockedValueImpl() override;
+
+    int Increment() override;
+    int Decrement() override;
+    int Add(int amount) override;
+    int SetValue(int value) override;
+    int GetValue() const override;
+
+private:
+    /* Changes under m_lock; relaxed, because GetValue's bare read orders nothing. */
+    std::atomic<int> m_value;
+    DCriticalSection m_lock; /* innermost: nothing is taken under it */
+};
+
+/* The word that the primitives count in: 32 bits, and nothing else. */
+class AtomicInt {
+public:
+    /* NOLINTNEXTLINE(google-explicit-constructor): stands wherever an int would. */
+    constexpr AtomicInt(int value = 0) : m_value(value) {}
+
+    int volatile m_value; /* changed by the primitives only */
+};
+
+/*
+ * The primitives wrap, never block and never fail. Any thread may call them; target must be aligned
+ * to four bytes. Ordering is relaxed.
+ */
+VERRICK_API void atomic_int_add(AtomicInt* target, int amount);
+VERRICK_API void atomic_int_inc(AtomicInt* target);
+
+/* Subtracts 1, and gives 1 to the one call that made the word 0, else 0. */
+VERRICK_API int atomic_int_dec_and_test(AtomicInt* target);
+
+/* Stores the low 32 bits of value in the 32-bit word at target and gives the old ones, unsigned. */
+VERRICK_API unsigned long xchg_u32(void volatile* target, unsigned long value);
+
+#endif
