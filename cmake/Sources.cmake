@@ -11,10 +11,8 @@ target_sources(Verrick PRIVATE
 
     threads/time_primitives.cpp
 
-    handles/event_handle.cpp
     handles/flat_critical_section.cpp
-    handles/handle_object.cpp
-    handles/semaphore_handle.cpp
+    handles/handles.cpp
 
     queues/message_queue.cpp
     queues/ring.cpp

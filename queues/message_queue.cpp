@@ -3,7 +3,7 @@
 // free:
 //
 //   If an announced thread could go on (a sender with room, a receiver with a message), then the
-//   wake event is set, or some announced thread is certain to look at the queue once more.
+//   wake event is set, or some announced thread is certain to take the lock and look again.
 //
 // Threads announce themselves under the lock before they let go of it to wait, and stay announced
 // until they have it again. The steps that could break the rule keep it as follows:
@@ -11,20 +11,24 @@
 // 1. A send or receive sets the event. That leaves it set, or, if it finds waiters, one of them is
 // on
 //    its way out of its wait, whether this signal woke it, an earlier one, or its time-out.
-// 2. A thread that comes to wait anew has taken no signal. It makes nobody able to go on, for there
-// is
-//    neither room nor a message for its own side.
-// 3. A thread that a signal woke in vain sets the event again if an announced thread could go on,
-//    which then is one of the other side. If none could, nobody lacks the signal; passing it on all
-//    the same would keep idle waiters turning.
-// 4. A thread that gives up, by time-out or cancellation, may have swallowed a signal, and sets the
-//    event under the same condition.
+// 2. A thread that comes to wait anew has taken no signal, and nobody counts on it yet. It makes
+//    nobody able to go on, for there is neither room nor a message for its own side.
+// 3. A thread that looks again in vain may have taken a signal. It passes that on, by setting the
+//    event, if an announced thread could go on, which then is one of the other side, and none is on
+//    its way to look; m_looking counts those. Passing on at all times would keep idle waiters
+//    turning.
+// 4. A thread that gives up, by time-out or cancellation, may have taken a signal, and does the
+// same.
 //
-// A thread may take again the signal that it just passed on, while the one that it is meant for has
-// yet to enter its wait. After a few turns of that it sleeps with the lock free, so that the other
-// gets there, on one processor and at any priority, too.
+// Letting go of the lock and entering the wait are one step as far as the event's other waiters are
+// concerned. Hence a signal that is passed on finds the thread that it is meant for in its wait, or
+// on its way out of it, and isn't taken by the one that left it. Which waiter it wakes is the
+// system's choice, though, and could be one of the wrong side again and again if those have higher
+// priorities: after a few turns in which no message moves a thread sleeps with the lock free
+// instead of waiting.
 #include <verrick/queues.h>
 
+#include "handles/event_internals.h"
 #include <verrick/time_primitives.h>
 
 #include <algorithm>
@@ -37,24 +41,25 @@
 
 namespace {
 
+using verrick::EventInternals;
+
 constexpr auto relaxed = std::memory_order_relaxed;
 
 constexpr int kFailed = -1;
 constexpr int kPassesBeforeSleep = 4;
 constexpr unsigned int kPassedOnSleepMs = 1;
 
-// Every wake-up of an event counts as success, a spurious one too: m_locked tells whether the lock
-// is this thread's. Its order is that of a lock, since a spurious wake-up may come before the
-// SetEvent of the thread that frees it.
 void TakeLock(MsgQueue& queue) {
-    do {
-        WaitForSingleObject(queue.m_lockEvent, INFINITE);
-    } while (queue.m_locked.exchange(1, std::memory_order_acquire) != 0);
+    EventInternals::Take(queue.m_lockEvent, queue.m_lockState);
 }
 
 void FreeLock(MsgQueue& queue) {
-    queue.m_locked.store(0, std::memory_order_release);
-    SetEvent(queue.m_lockEvent);
+    EventInternals::Free(queue.m_lockEvent, queue.m_lockState);
+}
+
+unsigned long FreeLockAndWait(MsgQueue& queue, std::uint32_t timeoutMs) {
+    return EventInternals::FreeAndWait(queue.m_lockEvent, queue.m_lockState, queue.m_wakeEvent,
+                                       timeoutMs);
 }
 
 class QueueLock {
@@ -68,19 +73,21 @@ private:
     MsgQueue& m_queue;
 };
 
-// Lets go of the lock for a scope. Taking it again is no cancellation point: what follows counts on
-// the lock, on the way out of a cancelled thread, too.
-class WithoutLock {
+// Takes the lock at the end of a scope that lets go of it. That is no cancellation point: what
+// follows counts on the lock, on the way out of a cancelled thread, too.
+class LockTakenAgain {
 public:
-    explicit WithoutLock(MsgQueue& queue) : m_queue(queue) { FreeLock(m_queue); }
-    ~WithoutLock() {
+    explicit LockTakenAgain(MsgQueue& queue) : m_queue(queue) {}
+    ~LockTakenAgain() {
         int state = 0;
         pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &state);
+        m_queue.m_looking.fetch_add(1, relaxed);
         TakeLock(m_queue);
+        m_queue.m_looking.fetch_sub(1, relaxed);
         pthread_setcancelstate(state, nullptr);
     }
-    WithoutLock(WithoutLock const&) = delete;
-    WithoutLock& operator=(WithoutLock const&) = delete;
+    LockTakenAgain(LockTakenAgain const&) = delete;
+    LockTakenAgain& operator=(LockTakenAgain const&) = delete;
 
 private:
     MsgQueue& m_queue;
@@ -94,9 +101,11 @@ bool HasMessage(MsgQueue const& queue) {
     return queue.m_numMsgs.load(relaxed) > 0;
 }
 
-bool AnAnnouncedThreadCouldGoOn(MsgQueue const& queue) {
-    return (queue.m_announcedSenders > 0 && HasRoom(queue)) ||
-           (queue.m_announcedReceivers > 0 && HasMessage(queue));
+// Whether a signal would be missed: an announced thread could go on, and none is about to look.
+bool OwesASignal(MsgQueue const& queue) {
+    return queue.m_looking.load(relaxed) == 0 &&
+           ((queue.m_announcedSenders > 0 && HasRoom(queue)) ||
+            (queue.m_announcedReceivers > 0 && HasMessage(queue)));
 }
 
 // What one side waits for.
@@ -118,7 +127,7 @@ public:
     }
     ~Announcement() {
         --m_count;
-        if (m_givesUp && AnAnnouncedThreadCouldGoOn(m_queue)) {
+        if (m_givesUp && OwesASignal(m_queue)) {
             SetEvent(m_queue.m_wakeEvent);
         }
     }
@@ -133,28 +142,28 @@ private:
 };
 
 // Waits, under the lock, until the side can go on; false if it can't and the time ran out. Every
-// wait is of the full time-out.
-bool WaitUntilPossible(MsgQueue& queue, Side const& side, std::uint32_t timeoutMs) {
-    bool tookSignal = false;
-    int passedOn = 0;
-    while (!side.canGoOn(queue)) {
+// wait is of the full time-out. Out of line, for a queue that moves never comes here.
+[[gnu::noinline]] bool WaitUntilPossible(MsgQueue& queue, Side const& side,
+                                         std::uint32_t timeoutMs) {
+    int passedOn = 0; // since a message moved
+    unsigned int moves = queue.m_moves;
+    for (bool looksAgain = false; !side.canGoOn(queue); looksAgain = true) {
         if (timeoutMs == 0) {
             return false;
         }
         Announcement announcement(queue, side);
-        bool const passesOn = tookSignal && AnAnnouncedThreadCouldGoOn(queue);
+        bool const passesOn = looksAgain && OwesASignal(queue);
         if (passesOn) {
             SetEvent(queue.m_wakeEvent);
-            ++passedOn;
+            passedOn = queue.m_moves == moves ? passedOn + 1 : 1;
+            moves = queue.m_moves;
         }
-        WithoutLock unlocked(queue);
+        LockTakenAgain lock(queue);
         if (passesOn && passedOn > kPassesBeforeSleep) {
+            FreeLock(queue);
             ::Sleep(kPassedOnSleepMs);
-            tookSignal = false;
-        } else if (WaitForSingleObject(queue.m_wakeEvent, timeoutMs) == WAIT_TIMEOUT) {
+        } else if (FreeLockAndWait(queue, timeoutMs) == WAIT_TIMEOUT) {
             return false;
-        } else {
-            tookSignal = true;
         }
         announcement.WillLookAgain();
     }
@@ -211,8 +220,9 @@ char const* RemoveSlot(MsgQueue& queue) {
 }
 
 void TellOfAMove(MsgQueue& queue) {
-    SetEvent(queue.m_notifyEvent);
-    SetEvent(queue.m_wakeEvent);
+    ++queue.m_moves;
+    EventInternals::SetUnlessSet(queue.m_notifyEvent);
+    EventInternals::SetUnlessSet(queue.m_wakeEvent);
 }
 
 // The bytes of all slots, in 32 bits; false if they don't fit.
@@ -264,7 +274,8 @@ int MsgQSend(MsgQueue* queue, void const* message, unsigned int length, unsigned
         return kFailed;
     }
     QueueLock lock(*queue);
-    if (!WaitUntilPossible(*queue, kSender, static_cast<std::uint32_t>(timeoutMs))) {
+    if (!HasRoom(*queue) &&
+        !WaitUntilPossible(*queue, kSender, static_cast<std::uint32_t>(timeoutMs))) {
         return kFailed;
     }
     WriteSlot(AddSlot(*queue, priority == MSGQ_PRIORITY_URGENT), message,
@@ -278,7 +289,8 @@ int MsgQReceive(MsgQueue* queue, void* buffer, unsigned int bufferLength, unsign
         return kFailed;
     }
     QueueLock lock(*queue);
-    if (!WaitUntilPossible(*queue, kReceiver, static_cast<std::uint32_t>(timeoutMs))) {
+    if (!HasMessage(*queue) &&
+        !WaitUntilPossible(*queue, kReceiver, static_cast<std::uint32_t>(timeoutMs))) {
         return kFailed;
     }
     Length const amount = ReadSlot(RemoveSlot(*queue), buffer, bufferLength);

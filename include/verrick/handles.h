@@ -17,6 +17,10 @@
 #include <pthread.h>
 #include <semaphore.h>
 
+namespace verrick {
+struct EventInternals; /* the library's own */
+}
+
 constexpr unsigned long XEVENT_TYPE_TAG = 0x56FE23A5UL;
 constexpr unsigned long XSEMAPHORE_TYPE_TAG = 0x0ADF4EA4UL;
 
@@ -55,15 +59,20 @@ public:
 private:
     friend int ::PulseEvent(HANDLE event);
     friend int ::ResetEvent(HANDLE event);
+    friend struct verrick::EventInternals;
 
+    /* All three under m_mutex. */
+    unsigned long WaitHeld(unsigned long timeoutMs);
     int WaitForCondition(unsigned long timeoutMs);
+    int SignalHeld();
 
     int m_manualReset; /* constant after construction */
-    int m_signaled;    /* guarded by m_mutex */
     /*
-     * Both change under m_mutex and are read without it, by the poll of CloseHandle and by the
-     * early tests. They publish nothing, the lock does, so relaxed is enough.
+     * These change under m_mutex and are read without it, by SetUnlessSet, by the poll of
+     * CloseHandle and by the early tests. They publish nothing, the lock does, so relaxed is
+     * enough.
      */
+    std::atomic<int> m_signaled;
     std::atomic<int> m_waiters; /* threads inside the blocking part of the wait */
     std::atomic<int> m_closing; /* 0, or 1 from the start of CloseHandle */
     pthread_cond_t m_cond;

@@ -24,9 +24,11 @@ struct MsgQueue {
     char* m_store;               /* owned; the pointer is constant after creation */
     int m_putIndex;              /* guarded by the lock, like the next */
     int m_getIndex;
-    std::atomic<int> m_locked; /* 1 while a thread has the lock, however it got past m_lockEvent */
-    int m_announcedSenders;    /* blocked or about to be; guarded by the lock, like the next */
+    int m_lockState;        /* who has the lock, if anybody; guarded by the event's mutex */
+    int m_announcedSenders; /* blocked or about to be; guarded by the lock, like the next */
     int m_announcedReceivers;
+    unsigned int m_moves;       /* sends and receives that moved a message, wrapping; likewise */
+    std::atomic<int> m_looking; /* those of them that come for the lock; falls under it only */
 };
 
 #endif
