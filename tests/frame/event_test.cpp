@@ -12,7 +12,8 @@ namespace {
 
 // Starts a wait on another thread and returns once it can be taken to block.
 std::future<wait_result_t> BlockIn(IEvent& event, int timeoutMs) {
-    auto result = std::async(std::launch::async, [&event, timeoutMs] { return event.Wait(timeoutMs); });
+    auto result =
+        std::async(std::launch::async, [&event, timeoutMs] { return event.Wait(timeoutMs); });
     Sleep(100);
     return result;
 }
@@ -81,12 +82,13 @@ TEST(Event, DestructionWakesBlockedWaitersWithSuccessAndWaitsForThem) {
 TEST(Event, ACancelledWaiterDoesNotHoldUpDestruction) {
     auto* const event = new DEvent(false, false);
     pthread_t waiter{};
-    ASSERT_EQ(pthread_create(&waiter, nullptr,
-                             [](void* argument) -> void* {
-                                 static_cast<DEvent*>(argument)->Wait(-1);
-                                 return nullptr;
-                             },
-                             event),
+    ASSERT_EQ(pthread_create(
+                  &waiter, nullptr,
+                  [](void* argument) -> void* {
+                      static_cast<DEvent*>(argument)->Wait(-1);
+                      return nullptr;
+                  },
+                  event),
               0);
     Sleep(50);
     pthread_cancel(waiter);
