@@ -35,82 +35,86 @@ private:
 std::string const kBothEnded = "pthread_detached successfull for thread (TimeManager Thread).\n"
                                "pthread_detached successfull for thread (TimerDispatch Thread).\n";
 
-// The service for the length of a test.
-struct Service {
-    DTimeManager* operator->() { return DTimeManager::GetInstance(10); }
-    ~Service() { DTimeManager::DestroyInstance(); }
+DTimeManager* Service() {
+    return DTimeManager::GetInstance(10);
+}
+
+// Ends the service ahead of the listeners, which are declared before it.
+struct EndOfService {
+    ~EndOfService() { DTimeManager::DestroyInstance(); }
 };
 
 TEST(Timers, FireOnTheTickGridNewestFirstAmongEquals) {
-    Service service;
     Recorder<unsigned int> ticks;
     Listener listener([&](unsigned int id) {
         if (id == 9) {
-            ticks.Note(service->GetTickCount());
+            ticks.Note(Service()->GetTickCount());
         }
     });
-    while (service->GetTickCount() == 0) { // the tick that follows leaves ten milliseconds for all
+    EndOfService const end;
+    while (Service()->GetTickCount() ==
+           0) { // the tick that follows leaves ten milliseconds for all
         Sleep(1);
     }
-    unsigned int const start = service->GetTickCount();
-    ASSERT_TRUE(service->CreateRelativeTimer(&listener, 1, 30, 0, 0));
-    ASSERT_TRUE(service->CreateRelativeTimer(&listener, 2, 30, 0, 0));
-    ASSERT_TRUE(service->CreateRelativeTimer(&listener, 3, 0, 0, 0));
-    ASSERT_TRUE(service->CreateRelativeTimer(&listener, 9, 25, 0, TIMER_REPEAT));
-    if (service->GetTickCount() == start) {
+    unsigned int const start = Service()->GetTickCount();
+    ASSERT_TRUE(Service()->CreateRelativeTimer(&listener, 1, 30, 0, 0));
+    ASSERT_TRUE(Service()->CreateRelativeTimer(&listener, 2, 30, 0, 0));
+    ASSERT_TRUE(Service()->CreateRelativeTimer(&listener, 3, 0, 0, 0));
+    ASSERT_TRUE(Service()->CreateRelativeTimer(&listener, 9, 25, 0, TIMER_REPEAT));
+    if (Service()->GetTickCount() == start) {
         auto const ids = listener.noted.Await(5);
         EXPECT_EQ(Ids(ids.begin(), ids.begin() + 4), (Ids{3, 9, 2, 1}));
         auto const at = ticks.Await(3);
         EXPECT_GE(at[0], start + 30);
         EXPECT_GE(at[2], start + 90);
-        EXPECT_EQ((at[0] - start) % service->GetResolution(), 0U);
+        EXPECT_EQ((at[0] - start) % Service()->GetResolution(), 0U);
     }
-    EXPECT_EQ(service->GetResolution(), 10U);
+    EXPECT_EQ(Service()->GetResolution(), 10U);
 }
 
 TEST(Timers, MoveBetweenArmedAndNotAndRefuseWhatDoesNotFit) {
-    Service service;
     Listener listener;
+    EndOfService const end;
     constexpr int kLong = 1000000;
-    ASSERT_TRUE(service->CreateRelativeTimer(&listener, 1, kLong, 0, TIMER_REPEAT));
-    EXPECT_FALSE(service->CreateRelativeTimer(&listener, 1, 10, 0, 0));
-    EXPECT_FALSE(service->CreateAbsoluteTimer(&listener, 1, 0, 0));
-    EXPECT_FALSE(service->Activate(&listener, 1));
-    EXPECT_TRUE(service->Deactivate(&listener, 1));
-    EXPECT_FALSE(service->Deactivate(&listener, 1));
-    EXPECT_TRUE(service->Activate(&listener, 1));
-    EXPECT_TRUE(service->Destroy(&listener, 1));
-    EXPECT_FALSE(service->Destroy(&listener, 1));
-    EXPECT_FALSE(service->Activate(&listener, 1));
+    ASSERT_TRUE(Service()->CreateRelativeTimer(&listener, 1, kLong, 0, TIMER_REPEAT));
+    EXPECT_FALSE(Service()->CreateRelativeTimer(&listener, 1, 10, 0, 0));
+    EXPECT_FALSE(Service()->CreateAbsoluteTimer(&listener, 1, 0, 0));
+    EXPECT_FALSE(Service()->Activate(&listener, 1));
+    EXPECT_TRUE(Service()->Deactivate(&listener, 1));
+    EXPECT_FALSE(Service()->Deactivate(&listener, 1));
+    EXPECT_TRUE(Service()->Activate(&listener, 1));
+    EXPECT_TRUE(Service()->Destroy(&listener, 1));
+    EXPECT_FALSE(Service()->Destroy(&listener, 1));
+    EXPECT_FALSE(Service()->Activate(&listener, 1));
     for (int const period : {0, -1, -2147483647 - 1}) {
-        EXPECT_FALSE(service->CreateRelativeTimer(&listener, 2, period, 0, TIMER_REPEAT));
+        EXPECT_FALSE(Service()->CreateRelativeTimer(&listener, 2, period, 0, TIMER_REPEAT));
     }
 
     // Period 0, first armed by Activate: due at once. Fired timers stay, and fire again.
-    ASSERT_TRUE(service->CreateRelativeTimer(&listener, 3, 0, 0, TIMER_INACTIVE));
+    ASSERT_TRUE(Service()->CreateRelativeTimer(&listener, 3, 0, 0, TIMER_INACTIVE));
     for (std::size_t round = 1; round <= 2; ++round) {
-        EXPECT_TRUE(service->Activate(&listener, 3));
+        EXPECT_TRUE(Service()->Activate(&listener, 3));
         EXPECT_EQ(listener.noted.Await(round), Ids(round, 3));
-        EXPECT_FALSE(service->CreateRelativeTimer(&listener, 3, 10, 0, 0));
+        EXPECT_FALSE(Service()->CreateRelativeTimer(&listener, 3, 10, 0, 0));
     }
 }
 
 TEST(Timers, AnAbsoluteTimerCountsTheDistanceWithoutItsSign) {
-    Service service;
     Listener listener;
+    EndOfService const end;
     long const now = static_cast<long>(time(nullptr));
-    ASSERT_TRUE(service->CreateAbsoluteTimer(&listener, 1, now - 1, 0));
-    ASSERT_TRUE(service->CreateAbsoluteTimer(&listener, 2, now + 100000, 0));
-    ASSERT_TRUE(service->CreateAbsoluteTimer(&listener, 3, std::numeric_limits<long>::max(), 0));
-    ASSERT_TRUE(service->CreateAbsoluteTimer(&listener, 4, now, 0));
-    unsigned int const created = service->GetTickCount();
+    ASSERT_TRUE(Service()->CreateAbsoluteTimer(&listener, 1, now - 1, 0));
+    ASSERT_TRUE(Service()->CreateAbsoluteTimer(&listener, 2, now + 100000, 0));
+    ASSERT_TRUE(Service()->CreateAbsoluteTimer(&listener, 3, std::numeric_limits<long>::max(), 0));
+    ASSERT_TRUE(Service()->CreateAbsoluteTimer(&listener, 4, now, 0));
+    unsigned int const created = Service()->GetTickCount();
     for (unsigned int id = 1; id <= 4; ++id) {
-        EXPECT_TRUE(service->Activate(&listener, id));
+        EXPECT_TRUE(Service()->Activate(&listener, id));
     }
     EXPECT_EQ(listener.noted.Await(1).front(), 4U);
     EXPECT_EQ(listener.noted.Await(2).back(), 1U);
-    EXPECT_GE(service->GetTickCount(), created + 900);
-    EXPECT_TRUE(service->Activate(&listener, 1)); // its time is over: the next tick
+    EXPECT_GE(Service()->GetTickCount(), created + 900);
+    EXPECT_TRUE(Service()->Activate(&listener, 1)); // its time is over: the next tick
     EXPECT_EQ(listener.noted.Await(3), (Ids{4, 1, 1}));
 }
 
@@ -153,19 +157,19 @@ TEST(Timers, TheDispatcherDeliversInOrderFromAFixedPool) {
 }
 
 TEST(Timers, DestroyFromTheListenerDropsWhatIsQueued) {
-    Service service;
     Gate gate;
     std::unique_ptr<Listener> listener;
     listener = std::make_unique<Listener>([&](unsigned int id) {
         if (id == 1) {
             gate.Pass();
-            EXPECT_TRUE(service->Destroy(listener.get(), 2));
-            EXPECT_TRUE(service->Destroy(listener.get(), 1));
+            EXPECT_TRUE(Service()->Destroy(listener.get(), 2));
+            EXPECT_TRUE(Service()->Destroy(listener.get(), 1));
         }
     });
-    service->CreateRelativeTimer(listener.get(), 1, 10, 0, 0);
-    service->CreateRelativeTimer(listener.get(), 2, 20, 0, TIMER_REPEAT);
-    service->CreateRelativeTimer(listener.get(), 3, 20, 0, 0);
+    EndOfService const end;
+    Service()->CreateRelativeTimer(listener.get(), 1, 10, 0, 0);
+    Service()->CreateRelativeTimer(listener.get(), 2, 20, 0, TIMER_REPEAT);
+    Service()->CreateRelativeTimer(listener.get(), 3, 20, 0, 0);
     listener->noted.Await(1);
     Sleep(100);
     gate.Open();
@@ -216,23 +220,25 @@ TEST(Timers, AListenerMayEndTheServiceAndBeginAnother) {
 }
 
 TEST(Timers, AFailedAllocationLeavesTheLocksFree) {
-    Service service;
     Listener listener;
-    service->GetTickCount();
+    EndOfService const end;
+    Service()->GetTickCount();
     {
         MemoryShortage shortage;
         try {
-            service->CreateRelativeTimer(&listener, 1, 10, 0, 0);
+            Service()->CreateRelativeTimer(&listener, 1, 10, 0, 0);
             ADD_FAILURE();
         } catch (std::bad_alloc const&) {
         }
         try {
-            service->CreateAbsoluteTimer(&listener, 1, 10, 0);
+            Service()->CreateAbsoluteTimer(&listener, 1, 10, 0);
             ADD_FAILURE();
         } catch (std::bad_alloc const&) {
         }
     }
-    std::thread([&] { EXPECT_TRUE(service->CreateRelativeTimer(&listener, 1, 10, 0, 0)); }).join();
+    std::thread([&] {
+        EXPECT_TRUE(Service()->CreateRelativeTimer(&listener, 1, 10, 0, 0));
+    }).join();
     EXPECT_EQ(listener.noted.Await(1), Ids{1});
 }
 
