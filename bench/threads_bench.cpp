@@ -102,7 +102,8 @@ BENCHMARK(ThreadStartJoinVerrick)->Name("ThreadStartJoin/Verrick")->UseRealTime(
 void ThreadStartJoinPthread(benchmark::State& state) {
     for (auto _ : state) {
         pthread_t thread{};
-        pthread_create(&thread, nullptr, [](void* argument) { return argument; }, nullptr);
+        pthread_create(
+            &thread, nullptr, [](void* argument) { return argument; }, nullptr);
         pthread_join(thread, nullptr);
     }
 }

@@ -186,8 +186,8 @@ private:
 std::vector<Job> ListFile(Text const& file, Settings const& settings) {
     DIni ini(file.c_str());
     std::vector<Job> jobs;
-    auto const sections = ReadAll(
-        [&](wchar_t* out, unsigned int size) { return ini.GetSectionNames(out, size); });
+    auto const sections =
+        ReadAll([&](wchar_t* out, unsigned int size) { return ini.GetSectionNames(out, size); });
     for (Text const& section : sections) {
         std::printf("[%ls]\n", section.c_str());
         auto const lines = ReadAll([&](wchar_t* out, unsigned int size) {
