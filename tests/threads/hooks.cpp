@@ -84,9 +84,14 @@ extern "C" int pthread_cond_wait(pthread_cond_t* condition, pthread_mutex_t* mut
 }
 
 extern "C" int pthread_cond_broadcast(pthread_cond_t* condition) noexcept {
-    if (auto const hook = std::exchange(BeforeBroadcast(), {})) {
+    static auto* const real = Real<int(pthread_cond_t*)>("pthread_cond_broadcast");
+    auto const hook = std::exchange(BeforeBroadcast(), {});
+    if (hook) {
         hook();
     }
-    static auto* const real = Real<int(pthread_cond_t*)>("pthread_cond_broadcast");
-    return real(condition);
+    int const result = real(condition);
+    if (hook) {
+        usleep(50000);
+    }
+    return result;
 }

@@ -17,5 +17,6 @@ std::atomic<bool>& RefuseCreation();
 // That many of the next waits without a time-out end at once, as if woken.
 std::atomic<int>& SpuriousWakeUps();
 
-// Called once, before the calling thread's next broadcast of a condition variable.
+// Called once, before the calling thread's next broadcast of a condition variable; behind it the
+// thread pauses, so that those whom it woke queue for the mutex that it holds.
 std::function<void()>& BeforeBroadcast();
