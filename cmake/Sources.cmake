@@ -7,4 +7,8 @@ target_sources(Verrick PRIVATE
     frame/version.cpp
 
     threads/time_primitives.cpp
+
+    strings/compare.cpp
+    strings/trim.cpp
+    strings/wide.cpp
 )
