@@ -9,7 +9,14 @@ target_sources(Verrick PRIVATE
     threads/time_primitives.cpp
 
     ini/conversion.cpp
+    ini/file_move.cpp
+    ini/ini.cpp
+    ini/ini_editor.cpp
+    ini/ini_reader.cpp
+    ini/ini_scan.cpp
+    ini/line_scanner.cpp
     ini/narrow.cpp
+    ini/profile.cpp
 
     strings/compare.cpp
     strings/trim.cpp
