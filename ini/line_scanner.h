@@ -46,7 +46,7 @@ private:
     // taken.
     // 2. The byte at m_filled lies at file offset m_offset.
     // 3. Of a line longer than the block, the first kLineElements bytes stand at the block's start.
-    static constexpr std::size_t kBlockSize = 16384;
+    static constexpr std::size_t kBlockSize = 4096;
     int m_descriptor;
     long m_offset;
     long m_start;

@@ -6,6 +6,7 @@
 #include <clocale>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "ini/narrow.h"
@@ -32,12 +33,7 @@ std::pair<int, std::basic_string<To>> Convert(int (*convert)(To*, From const*, u
 }
 
 TEST_F(Conversion, ToNarrowCutsAtAWholeCharacterAndSaysWhatItOwes) {
-    struct {
-        std::wstring source;
-        unsigned int limit;
-        int result;
-        std::string destination;
-    } const cases[] = {
+    std::tuple<std::wstring, unsigned int, int, std::string> const cases[] = {
         {L"", 0, 1, "\0"s},
         {L"", 3, 1, "\0~~"s},
         {L"abc", 0, 0, ""s},
@@ -52,22 +48,13 @@ TEST_F(Conversion, ToNarrowCutsAtAWholeCharacterAndSaysWhatItOwes) {
         {L"a\xd800", 9, 0, "a~~~~~~~~"s},
         {L"ab\xd800", 2, 1, "a\0"s},
     };
-    for (auto const& each : cases) {
-        auto const [result, destination] = Convert(MBSToAscii, each.source, each.limit);
-        EXPECT_EQ(result, each.result) << each.destination;
-        EXPECT_EQ(destination.substr(0, destination.find('\0')),
-                  each.destination.substr(0, each.destination.find('\0')));
-        EXPECT_EQ(destination.find('\0'), each.destination.find('\0'));
+    for (auto const& [source, limit, result, destination] : cases) {
+        EXPECT_EQ(Convert(MBSToAscii, source, limit), std::pair(result, destination));
     }
 }
 
 TEST_F(Conversion, ToWideComparesTheLimitWithBytesAndCutsCharacters) {
-    struct {
-        std::string source;
-        unsigned int limit;
-        int result;
-        std::wstring destination;
-    } const cases[] = {
+    std::tuple<std::string, unsigned int, int, std::wstring> const cases[] = {
         {"", 0, 1, L"\0"s},
         {"\u00e4b", 0, 0, L""s},
         {"\u00e4bc", 2, 1, L"\u00e4\0"s},
@@ -76,10 +63,8 @@ TEST_F(Conversion, ToWideComparesTheLimitWithBytesAndCutsCharacters) {
         {"abcd", 3, 1, L"ab\0"s},
         {"a\xff", 9, 0, L"a~~~~~~~~"s},
     };
-    for (auto const& each : cases) {
-        auto const [result, destination] = Convert(AsciiToMBS, each.source, each.limit);
-        EXPECT_EQ(result, each.result) << each.source;
-        EXPECT_EQ(destination, each.destination);
+    for (auto const& [source, limit, result, destination] : cases) {
+        EXPECT_EQ(Convert(AsciiToMBS, source, limit), std::pair(result, destination));
     }
 }
 
@@ -109,11 +94,7 @@ TEST_F(Conversion, LinesLoseTheirEndAndWhatIsBeyondTheSize) {
     auto const text = "\nab\r\nabc\nabcd\r\n\u00e4\u00e4\nx\xffy\nz\0z\na\rb\r\r\nlast\r"s;
     std::unique_ptr<FILE, int (*)(FILE*)> const stream(std::tmpfile(), std::fclose);
     std::fwrite(text.data(), 1, text.size(), stream.get());
-    struct {
-        unsigned int size;
-        char const* narrow;
-        wchar_t const* wide;
-    } const cases[] = {
+    std::tuple<unsigned int, char const*, wchar_t const*> const cases[] = {
         {4, "", L""},
         {4, "ab", L"ab"},
         {4, "abc", L"abc"},
@@ -125,16 +106,15 @@ TEST_F(Conversion, LinesLoseTheirEndAndWhatIsBeyondTheSize) {
         {9, "last\r", L"last\r"},
     };
     std::rewind(stream.get());
-    for (auto const& each : cases) {
-        char buffer[10] = "~~~~~~~~~";
-        ASSERT_EQ(myfgets(buffer, each.size, stream.get()), buffer);
-        EXPECT_STREQ(buffer, each.narrow);
-    }
-    std::rewind(stream.get());
     wchar_t buffer[10] = L"~~~~~~~~~";
-    for (auto const& each : cases) {
-        ASSERT_EQ(myfgetws(buffer, each.size, stream.get()), buffer);
-        EXPECT_STREQ(buffer, each.wide);
+    for (auto const& [size, narrow, wide] : cases) {
+        char narrowBuffer[10] = "~~~~~~~~~";
+        long const start = std::ftell(stream.get());
+        ASSERT_EQ(myfgets(narrowBuffer, size, stream.get()), narrowBuffer);
+        EXPECT_STREQ(narrowBuffer, narrow);
+        std::fseek(stream.get(), start, SEEK_SET);
+        ASSERT_EQ(myfgetws(buffer, size, stream.get()), buffer);
+        EXPECT_STREQ(buffer, wide);
     }
     EXPECT_EQ(myfgetws(buffer, 10, stream.get()), nullptr);
     EXPECT_EQ(myfgetws(buffer, 10, nullptr), nullptr);
