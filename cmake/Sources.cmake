@@ -16,4 +16,18 @@ target_sources(Verrick PRIVATE
     threads/timer_dispatch.cpp
     threads/timer_engine.cpp
     threads/worker_thread.cpp
+
+    ini/conversion.cpp
+    ini/file_move.cpp
+    ini/ini.cpp
+    ini/ini_editor.cpp
+    ini/ini_reader.cpp
+    ini/ini_scan.cpp
+    ini/line_scanner.cpp
+    ini/narrow.cpp
+    ini/profile.cpp
+
+    strings/compare.cpp
+    strings/trim.cpp
+    strings/wide.cpp
 )
