@@ -7,4 +7,6 @@ target_sources(Verrick PRIVATE
     frame/version.cpp
 
     threads/time_primitives.cpp
+
+    files/status.cpp
 )
