@@ -9,4 +9,8 @@ target_sources(Verrick PRIVATE
     threads/time_primitives.cpp
 
     files/status.cpp
+
+    strings/compare.cpp
+    strings/trim.cpp
+    strings/wide.cpp
 )

@@ -1,0 +1,78 @@
+#include <verrick/strings.h>
+
+#include <gtest/gtest.h>
+
+#include <clocale>
+#include <memory>
+#include <string>
+
+namespace {
+
+TEST(Trimming, KeepsTheFirstCharacterOnTheRightOnly) {
+    struct {
+        wchar_t const* text;
+        wchar_t const* right;
+        wchar_t const* left;
+        wchar_t const* both;
+    } const cases[] = {
+        {L"", L"", L"", L""},         {L" ", L" ", L"", L""},
+        {L" \t\r\n", L" ", L"", L""}, {L"\ta b \n", L"\ta b", L"a b \n", L"a b"},
+        {L"ab", L"ab", L"ab", L"ab"},
+    };
+    for (auto const& each : cases) {
+        auto const apply = [&each](wchar_t* (*trim)(wchar_t*)) {
+            std::wstring text(each.text);
+            EXPECT_EQ(trim(text.data()), text.data());
+            return std::wstring(text.c_str());
+        };
+        EXPECT_EQ(apply(_rtrim), each.right);
+        EXPECT_EQ(apply(_ltrim), each.left);
+        EXPECT_EQ(apply(_trim), each.both);
+    }
+}
+
+TEST(Comparison, FoldsToUpperCaseAndSortsNullFirst) {
+    ASSERT_NE(std::setlocale(LC_CTYPE, "C.UTF-8"), nullptr);
+    struct {
+        wchar_t const* first;
+        wchar_t const* second;
+        int expected;
+    } const cases[] = {
+        {nullptr, nullptr, 0}, {nullptr, L"", -1},       {L"abc", L"ABCD", -1},
+        {L"aBc", L"AbC", 0},   {L"a_", L"ab", 1},        {L"\u00e4", L"\u00c4", 0},
+        {L"a", L"\u0436", -1}, {L"\U0010ffff", L"z", 1},
+    };
+    for (auto const& each : cases) {
+        EXPECT_EQ(_stricmp(each.first, each.second), each.expected);
+        EXPECT_EQ(_stricmp(each.second, each.first), -each.expected);
+    }
+    EXPECT_EQ(_stricmp_ascii("a_\xff", "AB"), 1);
+    EXPECT_EQ(_stricmp_ascii("z", "\xff"), -1);
+    EXPECT_EQ(_stricmp_ascii("Key", "kEY"), 0);
+    EXPECT_EQ(_stricmp_ascii(nullptr, ""), -1);
+}
+
+TEST(Tokens, BelongToOneSearchOfTheProcess) {
+    EXPECT_EQ(_wcstok(nullptr, L","), nullptr);
+    wchar_t first[] = L",a,b";
+    wchar_t second[] = L"c";
+    EXPECT_STREQ(_wcstok(first, L","), L"a");
+    EXPECT_STREQ(_wcstok(second, L","), L"c");
+    EXPECT_EQ(_wcstok(nullptr, L","), nullptr);
+    EXPECT_EQ(_wcstok(nullptr, L","), nullptr);
+}
+
+TEST(WideText, IsCopiedReadAsANumberAndRaised) {
+    std::unique_ptr<wchar_t[]> const copy(_strdup(L"a\u00dfz9"));
+    EXPECT_EQ(_strupr(copy.get()), copy.get());
+    EXPECT_STREQ(copy.get(), L"A\u00dfZ9");
+    EXPECT_EQ(std::unique_ptr<wchar_t[]>(_strdup(L""))[0], L'\0');
+    EXPECT_EQ(_wcstol(L" -12ab"), -12);
+    EXPECT_EQ(_wcstol(L"ab"), 0);
+    EXPECT_EQ(_wcstol(nullptr), 0);
+    EXPECT_EQ(_strdup(nullptr), nullptr);
+    EXPECT_EQ(_trim(nullptr), nullptr);
+    EXPECT_EQ(_strupr(nullptr), nullptr);
+}
+
+} // namespace
