@@ -8,6 +8,9 @@ target_sources(Verrick PRIVATE
 
     threads/time_primitives.cpp
 
+    ini/conversion.cpp
+    ini/narrow.cpp
+
     files/status.cpp
 
     strings/compare.cpp
