@@ -12,6 +12,9 @@ target_sources(Verrick PRIVATE
     ini/narrow.cpp
 
     files/file.cpp
+    files/listing.cpp
+    files/paths.cpp
+    files/search.cpp
     files/status.cpp
 
     strings/compare.cpp
@@ -26,4 +29,6 @@ target_sources(Verrick PRIVATE
 # exports the target's plain stat and fstat.
 set_source_files_properties(
     files/file.cpp
+    files/listing.cpp
+    files/search.cpp
     PROPERTIES COMPILE_DEFINITIONS "_FILE_OFFSET_BITS=64;_TIME_BITS=64")
