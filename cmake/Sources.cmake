@@ -12,6 +12,7 @@ target_sources(Verrick PRIVATE
     ini/narrow.cpp
 
     files/file.cpp
+    files/libraries.cpp
     files/listing.cpp
     files/paths.cpp
     files/search.cpp
