@@ -24,9 +24,8 @@ void WidenUpToFault(wchar_t* buffer, char const* text, unsigned int limit) {
     }
 }
 
-bool Equal(char first, char second) {
-    return std::towupper(static_cast<unsigned char>(first)) ==
-           std::towupper(static_cast<unsigned char>(second));
+std::wint_t Fold(char c) {
+    return std::towupper(static_cast<unsigned char>(c));
 }
 
 // Joins name to the first prefixLength bytes of entryPath and gets its status. False if the joined
@@ -173,27 +172,23 @@ int DDirListImpl::WildCardMatch(char const* pattern, char const* name) {
     if (pattern == nullptr || std::strcmp(pattern, "*") == 0) {
         return 1;
     }
+    std::wint_t here = Fold(*name);
     for (; *name != '\0'; ++name) {
-        switch (*pattern) {
-        case '?':
+        std::wint_t const next = Fold(name[1]);
+        if (*pattern == '?') {
             ++pattern;
-            break;
-        case '*':
+        } else if (*pattern == '*') {
             if (*name == '.') {
                 return 0;
             }
-            if (Equal(pattern[1], name[1])) {
-                ++pattern; // the star ends here
-            } else if (Equal(pattern[1], name[0])) {
-                pattern += 2; // the star and the character behind it are used up
-            }
-            break;
-        default:
-            if (!Equal(*pattern, *name)) {
-                return 0;
-            }
+            std::wint_t const behind = Fold(pattern[1]);
+            pattern += behind == next ? 1 : behind == here ? 2 : 0;
+        } else if (Fold(*pattern) == here) {
             ++pattern;
+        } else {
+            return 0;
         }
+        here = next;
     }
     return *pattern == '\0' || std::strcmp(pattern, "*") == 0 ? 1 : 0;
 }

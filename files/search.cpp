@@ -128,9 +128,8 @@ void Fill(FindData& data, xDirStruct& search, char const* name) {
     data.size = verrick::SizeWord(status.st_size);
 }
 
-bool Equal(char first, char second) {
-    return std::toupper(static_cast<unsigned char>(first)) ==
-           std::toupper(static_cast<unsigned char>(second));
+int Fold(char c) {
+    return std::toupper(static_cast<unsigned char>(c));
 }
 
 } // namespace
@@ -190,12 +189,13 @@ int WildCardMatch(char const* pattern, char const* name) {
             if (*name == '.') {
                 return 0;
             }
-            if (Equal(pattern[1], name[1])) {
+            int const behind = Fold(pattern[1]);
+            if (behind == Fold(name[1])) {
                 pattern += 1;
-            } else if (Equal(pattern[1], name[0])) {
+            } else if (behind == Fold(name[0])) {
                 pattern += 2;
             }
-        } else if (Equal(*pattern, *name)) {
+        } else if (Fold(*pattern) == Fold(*name)) {
             ++pattern;
         } else {
             return 0;
