@@ -7,7 +7,7 @@
 
 #include <cerrno>
 #include <clocale>
-#include <cstring>
+#include <cstdlib>
 #include <cwchar>
 #include <fcntl.h>
 #include <memory>
@@ -18,7 +18,10 @@
 namespace {
 
 namespace fs = std::filesystem;
-using Names = std::set<std::string>;
+using Names = std::set<std::wstring>;
+
+std::string const kForeign = "\u00E9\u20AC\U00010348";
+std::wstring const kWideForeign = L"\u00E9\u20AC\U00010348";
 
 std::wstring Wide(std::string const& text) {
     std::wstring wide(text.size(), L'\0');
@@ -26,224 +29,134 @@ std::wstring Wide(std::string const& text) {
     return wide;
 }
 
-std::string Narrow(wchar_t const* text) {
-    std::string narrow(std::wcslen(text) * 4, '\0');
-    narrow.resize(std::wcstombs(narrow.data(), text, narrow.size()));
-    return narrow;
-}
+// What both faces find for a text.
+using Found = std::pair<Names, Names>;
 
-Names FindFlat(char const* spec) {
-    Names names;
+Found Find(std::string const& text) {
+    Found found;
     FindData data;
     errno = 0;
-    long const handle = _findfirst(spec, &data);
-    if (handle == -1) {
-        EXPECT_EQ(errno, ENOENT);
-        return names;
+    long const search = _findfirst(text.c_str(), &data);
+    for (int end = search == -1 ? -1 : 0; end == 0; end = _findnext(search, &data)) {
+        found.first.insert(Wide(data.name));
     }
-    do {
-        names.insert(data.name);
-    } while (_findnext(handle, &data) == 0);
-    FindData const last = data;
-    EXPECT_EQ(_findnext(handle, &data), -1);
     EXPECT_EQ(errno, ENOENT);
-    EXPECT_EQ(std::memcmp(&last, &data, sizeof data), 0);
-    EXPECT_EQ(_findclose(handle), 0);
-    return names;
-}
-
-Names List(std::string const& path) {
-    Names names;
+    EXPECT_EQ(_findclose(search), search == -1 ? -1 : 0);
     DDirList list;
-    auto const info = std::make_unique<DFileInfo>();
-    for (bool more = list.FindFirst(Wide(path).c_str(), info.get()); more;
-         more = list.FindNext(info.get())) {
-        names.insert(Narrow(info->name));
+    DFileInfo info;
+    for (bool more = list.FindFirst(Wide(text).c_str(), &info); more; more = list.FindNext(&info)) {
+        found.second.insert(info.name);
     }
-    errno = 0;
-    EXPECT_FALSE(list.FindNext(info.get()));
-    EXPECT_EQ(errno, 0);
-    return names;
+    return found;
 }
 
-std::ptrdiff_t OpenDescriptors() {
-    return std::distance(fs::directory_iterator("/proc/self/fd"), {});
-}
-
-TEST(Directories, FindWhatTheTextAsksForByTheRulesOfEachFace) {
+TEST(Directories, HoldWhatTheTextAsksForByTheRulesOfEachFace) {
     Scratch scratch;
     fs::create_directory("src");
-    for (char const* name : {"a.c", "b.C", "c.c.c", "d", ".e", "src/s.c"}) {
-        scratch.Write(name, "text");
+    for (char const* name : {"a.c", "b.C", ".e", "src/s.c"}) {
+        WriteFile(name, "text");
     }
-    auto const open = OpenDescriptors();
-    Names const every{".", "..", ".e", "a.c", "b.C", "c.c.c", "d", "src"};
-    struct {
-        char const* text;
-        Names flat;
-        Names listed;
-    } const cases[] = {{"*.c", {"a.c", "b.C"}, {"a.c", "b.C"}},
-                       {"*.*", {"a.c", "b.C"}, every},
-                       {"*", every, every},
-                       {"src\\*.C", {"s.c"}, {"s.c"}},
-                       {" src/*.c", {}, {"s.c"}},
-                       {"SRC", {"src"}, {"src"}},
-                       {"src/", {"src"}, {}},
-                       {"./src//s.c/", {"s.c"}, {}},
-                       {"src/*.x", {}, {}},
-                       {"missing/*", {}, {}},
-                       {"/*", {}, {}},
-                       {"/", {}, {}},
-                       {"", {}, {}}};
-    for (auto const& [text, flat, listed] : cases) {
-        SCOPED_TRACE(text);
-        EXPECT_EQ(FindFlat(text), flat);
-        EXPECT_EQ(List(text), listed);
+    int const lowestFree = dup(0);
+    Names const every{L".", L"..", L".e", L"a.c", L"b.C", L"src"};
+    std::pair<char const*, Found> const cases[] = {{"*.c", {{L"a.c", L"b.C"}, {L"a.c", L"b.C"}}},
+                                                   {"*.*", {{L"a.c", L"b.C"}, every}},
+                                                   {"*", {every, every}},
+                                                   {" src\\*.C", {{}, {L"s.c"}}},
+                                                   {".\\src/", {{L"src"}, {}}},
+                                                   {"src/*.x", {}},
+                                                   {"missing/*", {}},
+                                                   {"/*", {}},
+                                                   {"", {}}};
+    for (auto const& [text, found] : cases) {
+        EXPECT_EQ(Find(text), found) << text;
     }
-    EXPECT_EQ(FindFlat(nullptr), Names{});
-    EXPECT_EQ(DDirList().FindFirst(nullptr, nullptr), false);
-    errno = 0;
-    EXPECT_EQ(_findnext(-1, nullptr) + _findclose(-1), -2);
-    EXPECT_EQ(errno, ENOENT);
-    EXPECT_EQ(OpenDescriptors(), open);
+    EXPECT_EQ(_findfirst(nullptr, nullptr) + _findnext(-1, nullptr), -2);
+    EXPECT_FALSE(DDirList().FindFirst(nullptr, nullptr));
+    EXPECT_EQ(dup(0), lowestFree + 1) << "nothing stays open";
+}
+
+// What both faces tell of the first entry: whether there is one, its size and its time.
+DFileInfo ExpectFirst(std::string const& text, bool found, bool listed, unsigned int size) {
+    FindData data{7, 1, 2, 3, 4, "x"};
+    DFileInfo info{3, 4, L"x", false};
+    EXPECT_EQ(_findclose(_findfirst(text.c_str(), &data)), found ? 0 : -1) << text;
+    EXPECT_EQ(DDirList().FindFirst(Wide(text).c_str(), &info), listed) << text;
+    EXPECT_EQ(data.size, found ? size : 4) << text;
+    EXPECT_EQ(info.size, listed ? size : 4) << text;
+    EXPECT_TRUE(data.writeTime == info.time || found != listed);
+    EXPECT_EQ(data.attributes, 7u);
+    return info;
 }
 
 TEST(Directories, TellTheStatusOfEachEntry) {
     Scratch scratch;
-    fs::create_directory("dir");
-    fs::create_directory_symlink("dir", "link");
-    fs::create_symlink("nowhere", "dangling");
-    scratch.Write("large", "x");
+    WriteFile("large", "x");
     fs::resize_file("large", 3LL << 30);
-    scratch.Write("larger", "x");
-    fs::resize_file("larger", 5LL << 30);
-    timespec const times[] = {{-5, 0}, {2000000000, 0}};
+    timespec const times[] = {{0, 0}, {-5, 0}};
     utimensat(AT_FDCWD, "large", times, 0);
-    DDirList list;
-    EXPECT_STREQ(list.GetFullPath(), L"");
-    auto const info = std::make_unique<DFileInfo>();
-    auto const look = [&](char const* name) {
-        FindData data{7, 1, 2, 3, 4, "x"};
-        EXPECT_EQ(_findclose(_findfirst(name, &data)), 0);
-        EXPECT_EQ(data.attributes, 7u);
-        EXPECT_STREQ(data.name, name);
-        EXPECT_TRUE(list.FindFirst(Wide(name).c_str(), info.get()));
-        EXPECT_EQ(info->time, data.writeTime);
-        EXPECT_EQ(info->size, data.size);
-        return data;
-    };
-    FindData const large = look("large");
-    EXPECT_EQ(large.size, 3u << 30);
-    EXPECT_EQ(large.accessTime, -5);
-    EXPECT_EQ(large.writeTime, 2000000000);
-    EXPECT_EQ(look("larger").size, 0xFFFFFFFFu);
-    FindData const link = look("link");
-    EXPECT_TRUE(info->isDirectory);
-    EXPECT_GT(link.createTime, 1600000000);
-    FindData const dangling = look("dangling");
-    EXPECT_FALSE(info->isDirectory);
-    EXPECT_EQ(dangling.createTime | dangling.accessTime | dangling.writeTime, 0);
-    EXPECT_EQ(dangling.size, 0u);
-    EXPECT_EQ(list.GetFullPath(), Wide(scratch.Path()));
-    EXPECT_FALSE(list.FindFirst(L"gone/*", info.get()));
-    EXPECT_EQ(list.GetFullPath(), Wide(scratch.Path() + "/gone"));
+    EXPECT_EQ(ExpectFirst("large", true, true, 3u << 30).time, -5);
+    fs::resize_file("large", 5LL << 30);
+    ExpectFirst("large", true, true, 0xFFFFFFFF);
+    fs::create_directory_symlink("nowhere", "link");
+    EXPECT_EQ(ExpectFirst("link", true, true, 0).time, 0);
+    fs::create_directory_symlink(".", "here");
+    DFileInfo info;
+    EXPECT_TRUE(DDirList().FindFirst(L"here", &info) && info.isDirectory);
 }
 
-// Goes down from the current directory to one whose name has that many bytes.
-void Descend(std::size_t from, std::size_t bytes) {
-    for (std::size_t left = bytes - from; left > 0;) {
-        std::size_t const name = left > 202 ? 200 : left > 201 ? 100 : left - 1;
-        ASSERT_TRUE(mkdir(std::string(name, 'd').c_str(), 0700) == 0 || errno == EEXIST);
-        ASSERT_EQ(chdir(std::string(name, 'd').c_str()), 0);
-        left -= name + 1;
-    }
-}
-
-// What both faces find for a text: whether there is an entry, and its size.
-void ExpectFirst(std::string const& text, bool flat, bool listed, unsigned int size) {
-    FindData data{};
-    auto const info = std::make_unique<DFileInfo>();
-    long const handle = _findfirst(text.c_str(), &data);
-    EXPECT_EQ(_findclose(handle), flat ? 0 : -1);
-    EXPECT_EQ(data.size, flat ? size : 0);
-    EXPECT_EQ(DDirList().FindFirst(Wide(text).c_str(), info.get()), listed);
-    EXPECT_EQ(info->size, listed ? size : 0);
-}
-
+// Texts, directories and joined names of every length around the sizes of their arrays.
 TEST(Directories, AreFoundAsDeepAsTheirNamesFit) {
     Scratch scratch;
-    std::string const top = scratch.Path();
     for (unsigned int bytes = 4085; bytes <= 4098; ++bytes) {
-        SCOPED_TRACE(bytes);
-        fs::current_path(top);
-        Descend(top.size(), bytes);
-        scratch.Write("abc.c", "text");
-        bool const named = bytes <= 4095;
+        fs::current_path(scratch.path);
+        for (std::size_t left = bytes - scratch.path.size(); left > 0;) {
+            std::string const name(left > 202 ? 200 : left > 201 ? 100 : left - 1, 'd');
+            ASSERT_EQ(mkdir(name.c_str(), 0700) & chdir(name.c_str()), 0);
+            left -= name.size() + 1;
+        }
+        WriteFile("abc.c", "text");
         auto const whole = std::make_unique<wchar_t[]>(8192);
         EXPECT_EQ(GetCurrentDir(whole.get(), bytes), 0u);
-        EXPECT_STREQ(whole.get(), L"");
-        EXPECT_EQ(GetCurrentDir(whole.get(), 8192), named ? bytes : 0);
+        EXPECT_EQ(GetCurrentDir(whole.get(), 8192), bytes <= 4095 ? bytes : 0);
         for (unsigned int size = bytes - 1; size < bytes + 9; ++size) {
             auto const exact = std::make_unique<wchar_t[]>(size);
             GetFullFilename(L"abc.c", exact.get(), size);
             EXPECT_EQ(exact.get(), (whole.get() + std::wstring(L"/abc.c")).substr(0, size - 1));
         }
-        // Directory, pattern and two terminators; a slash more, and one terminator less.
         ExpectFirst("*.c", bytes <= 4091, bytes <= 4092, bytes + 6 <= 4095 ? 4 : 0);
-    }
-}
 
-TEST(Directories, TakeTextsThatFitAndNoOthers) {
-    Scratch scratch;
-    scratch.Write("abc.c", "text");
-    for (std::size_t bytes = 4085; bytes <= 4100; ++bytes) {
-        SCOPED_TRACE(bytes);
-        std::string const slashes(bytes - scratch.Path().size() - 3, '/');
-        ExpectFirst(scratch.Path() + slashes + "*.c", bytes <= 4095, bytes <= 4096,
+        fs::current_path(scratch.path);
+        WriteFile("abc.c", "text");
+        std::string const slashes(bytes - scratch.path.size() - 3, '/');
+        ExpectFirst(scratch.path + slashes + "*.c", bytes <= 4095, bytes <= 4096,
                     bytes + 2 <= 4095 ? 4 : 0);
     }
-    wchar_t buffer[8] = L"kept";
-    EXPECT_STREQ(GetFullFilename(nullptr, buffer, 8), L"kept");
-    EXPECT_STREQ(GetFullFilename(L"a", buffer, 0), L"kept");
-    EXPECT_EQ(GetFullFilename(L"a", nullptr, 8), nullptr);
-    EXPECT_EQ(GetCurrentDir(nullptr, 8), 0u);
-    EXPECT_STREQ(GetFullFilename(L" \t\\a\\../ ", buffer, 8), L"/a/../ ");
-    EXPECT_STREQ(GetFullFilename(L"/name/name", buffer, 5), L"/nam");
 }
 
 TEST(Directories, SpeakTheLanguageOfTheLocale) {
     Scratch scratch;
-    std::string const directory = "\u00E9\u20AC\U00010348";
-    fs::create_directory(directory);
-    std::string longest = "x";
-    for (int i = 0; i < 127; ++i) {
-        longest += "\u00E9";
-    }
-    for (std::string const& name : {directory, longest}) {
-        scratch.Write(directory + "/" + name, "text");
-    }
+    fs::create_directory(kForeign);
+    fs::current_path(kForeign);
+    WriteFile(kForeign, "text");
     DDirList list;
-    EXPECT_FALSE(list.FindFirst(L"\u00E9\u20AC\U00010348/*", nullptr)) << "not in the C locale";
-    EXPECT_STREQ(list.GetFullPath(), L"");
-    ASSERT_NE(std::setlocale(LC_ALL, "C.UTF-8"), nullptr);
-    EXPECT_EQ(List(directory + "/*"), (Names{".", "..", directory, longest}));
-    EXPECT_EQ(FindFlat((directory + "/*").c_str()), (Names{".", "..", directory, longest}));
-    scratch.Write("ab\xFF"
-                  "c",
-                  "text");
-    fs::current_path(directory);
-    auto const info = std::make_unique<DFileInfo>();
-    std::wmemset(info->name, L'?', 4096);
-    EXPECT_TRUE(list.FindFirst(L"../ab*", info.get()));
-    EXPECT_STREQ(info->name, L"ab");
-    EXPECT_EQ(info->size, 4u);
-    EXPECT_EQ(list.GetFullPath(), Wide(fs::current_path().string() + "/.."));
-
-    std::setlocale(LC_ALL, "C");
+    DFileInfo info;
     wchar_t buffer[4096] = L"kept";
+    EXPECT_FALSE(list.FindFirst((L"/" + kWideForeign).c_str(), &info)) << "not in the C locale";
+    EXPECT_STREQ(list.GetFullPath(), L"");
     EXPECT_EQ(GetCurrentDir(buffer, 4096), 0u);
-    EXPECT_STREQ(buffer, L"kept");
+    EXPECT_STREQ(GetFullFilename(nullptr, buffer, 8), L"kept");
     EXPECT_STREQ(GetFullFilename(L"tmp", buffer, 4096), L"") << "not the name of another file";
+    EXPECT_STREQ(GetFullFilename(L" \t\\a\\../ ", buffer, 8), L"/a/../ ");
+
+    ASSERT_NE(std::setlocale(LC_ALL, "C.UTF-8"), nullptr);
+    EXPECT_EQ(Find("../" + kForeign + "/?*"), (Found{{L".", kWideForeign}, {L".", kWideForeign}}));
+    WriteFile("ab\xFF"
+              "c",
+              "text");
+    std::wmemset(info.name, L'?', 4096);
+    EXPECT_TRUE(list.FindFirst(L"ab*", &info));
+    EXPECT_STREQ(info.name, L"ab") << "ends at the fault";
+    EXPECT_EQ(list.GetFullPath(), Wide(scratch.path + "/" + kForeign));
 }
 
 } // namespace

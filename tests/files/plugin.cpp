@@ -1,28 +1,14 @@
-// A library for the tests of loading: one call, one symbol outside ASCII, and a destructor that
-// runs what the test left for it.
+// A library for the tests of loading: a symbol, one outside ASCII, and a destructor that runs what
+// the test left for it.
 extern "C" {
-
-__attribute__((visibility("default"))) void (*pluginAtUnload)() = nullptr;
-
-__attribute__((visibility("default"))) int PluginAnswer() {
-    return 42;
+extern int pluginAnswer, pluginSize __asm__("gr\u00F6\u00DFe\u20AC\U00010348");
+extern void (*pluginAtUnload)();
+int pluginAnswer = 42, pluginSize = 7;
+void (*pluginAtUnload)() = nullptr;
 }
 
-__attribute__((visibility("default"))) int PluginSize() __asm__("gr\u00F6\u00DFe\u20AC\U00010348");
-int PluginSize() {
-    return 7;
-}
-
-} // extern "C"
-
-namespace {
-
-struct AtUnload {
-    ~AtUnload() {
-        if (pluginAtUnload != nullptr) {
-            pluginAtUnload();
-        }
+[[gnu::destructor]] static void AtUnload() {
+    if (pluginAtUnload != nullptr) {
+        pluginAtUnload();
     }
-} atUnload;
-
-} // namespace
+}

@@ -6,29 +6,14 @@
 #include <stdlib.h>
 #include <string>
 
-class Scratch {
-public:
-    Scratch() : m_path(std::filesystem::temp_directory_path() / "verrick.XXXXXX") {
-        m_path = mkdtemp(m_path.string().data());
-        std::filesystem::current_path(m_path);
-    }
-    ~Scratch() {
-        std::filesystem::current_path("/");
-        std::filesystem::remove_all(m_path);
-    }
-    Scratch(Scratch const&) = delete;
-    Scratch& operator=(Scratch const&) = delete;
+struct Scratch {
+    Scratch() { std::filesystem::current_path(path = mkdtemp(path.data())); }
+    ~Scratch() { std::filesystem::remove_all(path); }
 
-    std::string Path() const { return std::filesystem::canonical(m_path); }
-
-    static void Write(std::string const& name, std::string const& text) {
-        std::ofstream(name) << text;
-    }
-    static std::string Read(std::string const& name) {
-        std::ifstream file(name);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
-
-private:
-    std::filesystem::path m_path;
+    std::string path =
+        std::filesystem::canonical(std::filesystem::temp_directory_path()) / "XXXXXX";
 };
+
+inline void WriteFile(std::string const& name, std::string const& text) {
+    std::ofstream(name) << text;
+}
