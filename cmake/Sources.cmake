@@ -27,7 +27,25 @@ target_sources(Verrick PRIVATE
     ini/narrow.cpp
     ini/profile.cpp
 
+    files/file.cpp
+    files/libraries.cpp
+    files/listing.cpp
+    files/paths.cpp
+    files/search.cpp
+    files/status.cpp
+
     strings/compare.cpp
+    strings/debug.cpp
+    strings/printing.cpp
     strings/trim.cpp
     strings/wide.cpp
 )
+
+# On a 32-bit target the files and directories are those of any size and date, and the calls that
+# these sources make for them are libc's own for such records. files/status.cpp stays without: it
+# exports the target's plain stat and fstat.
+set_source_files_properties(
+    files/file.cpp
+    files/listing.cpp
+    files/search.cpp
+    PROPERTIES COMPILE_DEFINITIONS "_FILE_OFFSET_BITS=64;_TIME_BITS=64")

@@ -133,17 +133,19 @@ TEST(Worker, AWakeUpForNothingNeitherStartsNorCallsAnything) {
     Callback callback([&](char*) { calls.Note(1); });
     DWorkerThread worker("worker", 0, 0, 1);
     worker.AddCallbackObject(&callback);
-    auto const wakeForNothing = [] {
-        SpuriousWakeUps() = 3;
-        while (SpuriousWakeUps() > 0) {
+    auto const awaitWakeUps = [] {
+        for (int i = 0; i < 5000 && SpuriousWakeUps() > 0; ++i) {
             Sleep(1);
         }
+        EXPECT_LE(SpuriousWakeUps(), 0);
         Sleep(20);
     };
+    SpuriousWakeUps() = 3;
     ASSERT_TRUE(DThread::Create(&worker, 0, 0, 0));
-    wakeForNothing(); // parked
+    awaitWakeUps(); // parked
+    SpuriousWakeUps() = 3;
     worker.Start();
-    wakeForNothing(); // idle
+    awaitWakeUps(); // idle
     EXPECT_EQ(calls.Await(0).size(), 0U);
     Give(worker, "a");
     EXPECT_EQ(calls.Await(1).size(), 1U);
