@@ -47,7 +47,8 @@ public:
     void AddHead(DListItem* item);
     void AddTail(DListItem* item);
 
-    /* Unlinks item, null for the first, and gives it; null if the list is empty. Deletes nothing. */
+    /* Unlinks item, null for the first, and gives it; null if the list is empty. Deletes nothing.
+     */
     DListItem* Remove(DListItem* item);
     DListItem* RemoveHead();
 

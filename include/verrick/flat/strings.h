@@ -1,6 +1,7 @@
 /*
- * The flat calls of strings. In spite of their names, all of them but _stricmp_ascii work on wide
- * text. A null string is never an error: each call says what it gives.
+ * The flat calls of strings, printing and debug output. In spite of their names, all the string
+ * calls but _stricmp_ascii work on wide text. To them a null string is never an error: each says
+ * what it gives.
  *
  * Case and white space are what the process's LC_CTYPE says. Every call but _wcstok touches its
  * arguments alone and may run on any thread.
@@ -61,6 +62,26 @@ VERRICK_API int _stricmp_ascii(char const* first, char const* second);
 
 /* Turns text to upper case, in place, and gives text. */
 VERRICK_API wchar_t* _strupr(wchar_t* text);
+
+/*
+ * Prints to destination, which has room for 512 wide characters with the terminator, as vswprintf
+ * does, but for one thing: a plain "%s" stands for a wide string. With a flag, a width or a
+ * precision in between it stands for a narrow one; "%%s" prints a percent sign and an s.
+ *
+ * Gives the number of characters printed, without the terminator; a negative number when they don't
+ * fit or can't be converted; -1 when destination or format is null, and when the format with "%ls"
+ * in place of "%s" takes 4096 wide characters or more. Safe from any thread.
+ */
+VERRICK_API int _sprintf(wchar_t* destination, wchar_t const* format, ...);
+
+/*
+ * Formats a debug text as vsprintf does and drops it: there is no output. Gives the number of
+ * characters of the whole text, however long it is. Safe from any thread.
+ */
+VERRICK_API int DbgMsg(char const* format, ...);
+
+/* Does nothing: debug text has no place to go to. Safe from any thread. */
+VERRICK_API void OutputDebugString(wchar_t const* text);
 
 #ifdef __cplusplus
 }

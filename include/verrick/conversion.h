@@ -1,0 +1,10 @@
+/*
+ * The border between the library's wide text and the narrow text of files and of the system:
+ * conversion and line input. All of them are flat calls; this header adds nothing to them.
+ */
+#ifndef VERRICK_CONVERSION_H
+#define VERRICK_CONVERSION_H
+
+#include <verrick/flat/ini.h>
+
+#endif

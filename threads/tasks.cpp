@@ -1,0 +1,53 @@
+#include <verrick/tasks.h>
+
+#include "threads/scheduling.h"
+
+#include <cstdint>
+#include <cstring>
+#include <pthread.h>
+
+namespace {
+
+using Entry = void (*)(void*);
+
+// The start values on their way to the new thread: words of the target, of which two stay 0.
+using Word = std::uintptr_t;
+enum : std::size_t { kEntry, kArgument, kPriority, kBlockWords = 5 };
+static_assert(sizeof(Entry) == sizeof(Word));
+
+} // namespace
+
+int ThreadSpawn(Entry entry, void* argument, int priority, long /*reserved1*/, long /*reserved2*/,
+                int stackSize) {
+    auto* const block = new Word[kBlockWords]{};
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
+    if (stackSize > 0) {
+        pthread_attr_setstacksize(&attributes, static_cast<std::size_t>(stackSize));
+    }
+    pthread_attr_setschedpolicy(&attributes, SCHED_RR);
+    pthread_attr_setscope(&attributes, PTHREAD_SCOPE_SYSTEM);
+
+    block[kEntry] = reinterpret_cast<Word>(entry);
+    block[kArgument] = reinterpret_cast<Word>(argument);
+    block[kPriority] = static_cast<Word>(priority);
+    pthread_t thread{};
+    bool const created = pthread_create(&thread, &attributes, &ThreadMain, block) == 0;
+    if (!created) {
+        delete[] block; // else the new thread's
+    }
+    pthread_attr_destroy(&attributes);
+    return created ? 1 : 0;
+}
+
+void* ThreadMain(void* block) {
+    auto* const words = static_cast<Word*>(block);
+    auto const entry = reinterpret_cast<Entry>(words[kEntry]);
+    auto* const argument = reinterpret_cast<void*>(words[kArgument]);
+    int const priority = static_cast<int>(words[kPriority]);
+    delete[] words;
+    verrick::ApplyRealTimePriority(priority);
+    entry(argument);
+    pthread_exit(nullptr);
+}

@@ -1,0 +1,94 @@
+#include "threads/thread_control.h"
+#include <verrick/worker_thread.h>
+
+#include <cstring>
+
+namespace {
+
+constexpr int kStopPollMs = 1;
+constexpr int kStuckCallbackMs = 1000;
+constexpr int kForever = -1;
+
+} // namespace
+
+// What the thread takes out of the object, so that neither a later DoWork nor the end of the object
+// changes what the callback sees.
+struct DWorkerThread::Work {
+    IWorkerCallbackObj* callback;
+    unsigned char data[sizeof m_data];
+};
+
+DWorkerThread::DWorkerThread(char const* name, int priority, int stackSize, int flags)
+    : DThread(name, priority, stackSize, flags), m_data{}, m_busy(false), m_workEvent(false, true),
+      m_stopEvent(false, false), m_callback(nullptr), m_pending(false) {
+    verrick::ThreadControl::Of(*this).KeepVisitInRun();
+    DThread::Start();
+}
+
+// An idle worker waits for work, so it is woken too, and finds none.
+DWorkerThread::~DWorkerThread() {
+    verrick::ThreadControl& control = verrick::ThreadControl::Of(*this);
+    control.BeginClosing();
+    m_stopEvent.Signal();
+    m_workEvent.Signal();
+    if (DThread::WaitForThreadDeath(kStuckCallbackMs) == WAIT_RESULT_TIMEOUT) {
+        DThread::Kill();
+    }
+    control.AwaitDeparture();
+}
+
+IWorkerCallbackObj* DWorkerThread::AddCallbackObject(IWorkerCallbackObj* callback) {
+    DMonitor monitor(m_csWork);
+    IWorkerCallbackObj* const previous = m_callback;
+    m_callback = callback;
+    return previous;
+}
+
+bool DWorkerThread::DoWork(signed char size, void* data) {
+    DMonitor monitor(m_csWork);
+    if (size <= 0) {
+        return false;
+    }
+    m_busy = true;
+    m_pending = true;
+    std::memcpy(m_data, data, static_cast<std::size_t>(size));
+    m_workEvent.Signal();
+    return true;
+}
+
+// The whole loop is one visit to the object, interrupted for callbacks alone.
+void DWorkerThread::Run() {
+    verrick::Visit visit = verrick::Visit::OfRun(*this);
+    while (visit.IsOpen()) {
+        if (m_stopEvent.Wait(kStopPollMs) == WAIT_RESULT_OK) {
+            return;
+        }
+        Work work; // NOLINT(cppcoreguidelines-pro-type-member-init): TakeWork fills it
+        if (m_workEvent.Wait(kForever) != WAIT_RESULT_OK || !TakeWork(work)) {
+            continue;
+        }
+        if (work.callback != nullptr) {
+            if (!visit.LeaveForCallback()) {
+                return;
+            }
+            work.callback->DoCallback(work.data);
+            if (!visit.Return()) {
+                return;
+            }
+        }
+        DMonitor monitor(m_csWork);
+        m_busy = m_pending;
+    }
+}
+
+// False if no block is announced: the event also wakes for the end, and may do so for nothing.
+bool DWorkerThread::TakeWork(Work& work) {
+    DMonitor monitor(m_csWork);
+    if (!m_pending) {
+        return false;
+    }
+    m_pending = false;
+    work.callback = m_callback;
+    std::memcpy(work.data, m_data, sizeof work.data);
+    return true;
+}
