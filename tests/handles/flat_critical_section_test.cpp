@@ -7,54 +7,30 @@
 
 namespace {
 
-class FlatCriticalSection : public testing::Test {
-protected:
-    FlatCriticalSection() { InitializeCriticalSection(&section); }
-    ~FlatCriticalSection() override { DeleteCriticalSection(&section); }
-
-    int TryElsewhere() {
-        int entered = 0;
-        std::thread([&] {
-            entered = TryEnterCriticalSection(&section);
-            if (entered != 0) {
-                LeaveCriticalSection(&section);
-            }
-        }).join();
-        return entered;
-    }
-
-    // What a call writes to standard output.
-    template<typename Call>
-    static std::string Output(Call call) {
-        testing::internal::CaptureStdout();
-        call();
-        std::fflush(stdout);
-        return testing::internal::GetCapturedStdout();
-    }
-
-    CRITICAL_SECTION section;
-    std::string const complaint = "pthread_mutex_unlock failed..\n";
-};
-
-TEST_F(FlatCriticalSection, DoesNotNestAndReportsAFailedUnlock) {
-    EnterCriticalSection(&section);
-    EnterCriticalSection(&section);
-    EXPECT_EQ(TryEnterCriticalSection(&section), 0); // not for its holder, either
-    EXPECT_EQ(TryElsewhere(), 0);
-    EXPECT_EQ(Output([&] { std::thread([&] { LeaveCriticalSection(&section); }).join(); }),
-              complaint);
-    EXPECT_EQ(TryElsewhere(), 0);
-    EXPECT_EQ(Output([&] { LeaveCriticalSection(&section); }), "");
-    EXPECT_EQ(TryElsewhere(), 1);
-    EXPECT_EQ(TryEnterCriticalSection(&section), 1);
-    LeaveCriticalSection(&section);
+// What a call on another thread writes to standard output.
+template<typename Call>
+std::string Output(Call call) {
+    testing::internal::CaptureStdout();
+    std::thread(call).join();
+    return testing::internal::GetCapturedStdout();
 }
 
-// Where the two kinds of critical section differ.
-TEST_F(FlatCriticalSection, UnlikeItsTwinReportsAFailedLeaveAndTakesNull) {
+TEST(CriticalSectionTwins, DifferInTryingInNullAndInTheComplaintAboutAFailedLeave) {
+    CRITICAL_SECTION section;
+    InitializeCriticalSection(&section);
+    auto const tryElsewhere = [&] { EXPECT_EQ(TryEnterCriticalSection(&section), 0); };
+    auto const leave = [&] { LeaveCriticalSection(&section); };
     EXPECT_EQ(Output([] { DCriticalSection().Leave(); }), "");
-    EXPECT_EQ(Output([&] { LeaveCriticalSection(&section); }), complaint);
-    EXPECT_EQ(Output([] {
+    EXPECT_EQ(Output(leave), "pthread_mutex_unlock failed..\n");
+    EXPECT_EQ(TryEnterCriticalSection(&section), 1);
+    EXPECT_EQ(TryEnterCriticalSection(&section), 0); // not for its holder, either
+    EnterCriticalSection(&section);                  // doesn't count
+    EXPECT_EQ(Output(leave), "pthread_mutex_unlock failed..\n");
+    EXPECT_EQ(Output(tryElsewhere), "");
+    leave();
+    EXPECT_EQ(Output([&] {
+                  EnterCriticalSection(&section);
+                  leave();
                   InitializeCriticalSection(nullptr);
                   EnterCriticalSection(nullptr);
                   EXPECT_EQ(TryEnterCriticalSection(nullptr), 0);
@@ -62,7 +38,7 @@ TEST_F(FlatCriticalSection, UnlikeItsTwinReportsAFailedLeaveAndTakesNull) {
                   DeleteCriticalSection(nullptr);
               }),
               "");
-    EXPECT_EQ(static_cast<void*>(&section.mutex), static_cast<void*>(&section));
+    DeleteCriticalSection(&section);
 }
 
 } // namespace
