@@ -11,10 +11,8 @@
 
 #include "tests/support/memory.h"
 
-namespace {
-
 // Takes what can be had, at most 99 counts.
-int Drain(ISemaphore& semaphore) {
+static int Drain(ISemaphore& semaphore) {
     int taken = 0;
     while (taken < 99 && semaphore.Wait(0) == WAIT_RESULT_OK) {
         ++taken;
@@ -62,49 +60,37 @@ TEST(Semaphore, ANegativeTimeOutTakesWhatCanBeHadAndNeverBlocks) {
     }
 }
 
-// A lock that was kept would show on another thread, and there as a stall.
-TEST(Semaphore, AFailedAllocationLeavesTheRegistryFreeForOthers) {
-    for (int granted = 0; granted >= 0; ++granted) {
+// The creations of another thread neither find the lock kept by one that failed, nor revive a node
+// that goes.
+TEST(Semaphore, StandsFailedAllocationsBesideCreationsOfTheSameName) {
+    std::thread other([] {
+        for (int i = 0; i < 20000; ++i) {
+            DSemaphore(1, 1, L"contended").Release(1);
+        }
+    });
+    for (int i = 0; i < 20000; ++i) {
         try {
-            MemoryShortage shortage(granted);
-            DSemaphore semaphore(1, 1, L"out of memory");
-            granted = -2;
+            MemoryShortage shortage(i % 10);
+            DSemaphore(1, 1, L"CONTENDED").Release(1);
         } catch (std::bad_alloc const&) {
         }
-        std::thread([] {
-            DSemaphore other(2, 2, L"Out of memory");
-            EXPECT_EQ(Drain(other), 2); // nothing is left of the first
-        }).join();
     }
-}
-
-TEST(Semaphore, CreationDoesNotReviveANodeThatGoes) {
-    auto const work = [] {
-        for (int i = 0; i < 20000; ++i) {
-            DSemaphore(1, 1, i % 2 == 0 ? L"revived" : L"REVIVED").Release(1);
-        }
-    };
-    std::thread other(work);
-    work();
     other.join();
+    DSemaphore last(2, 2, L"contended");
+    EXPECT_EQ(Drain(last), 2);
 }
 
 // The result of a blocked wait that a signal interrupts, with a handler that asks for no restart.
-unsigned long Interrupted(std::function<unsigned long()> const& wait) {
+static unsigned long Interrupted(std::function<unsigned long()> const& wait) {
     struct sigaction action {};
     action.sa_handler = [](int) {};
     sigaction(SIGUSR1, &action, nullptr);
-    std::atomic<bool> over{false};
-    unsigned long result = 0;
-    std::thread waiter([&] {
-        result = wait();
-        over = true;
+    std::thread interrupter([self = pthread_self()] {
+        Sleep(100);
+        pthread_kill(self, SIGUSR1);
     });
-    while (!over) {
-        Sleep(10);
-        pthread_kill(waiter.native_handle(), SIGUSR1);
-    }
-    waiter.join();
+    unsigned long const result = wait();
+    interrupter.join();
     return result;
 }
 
@@ -123,5 +109,3 @@ TEST(SemaphoreTwins, DifferInNamesAndPartialReleaseAndEndAnInterruptedWait) {
     }
     CloseHandle(handle);
 }
-
-} // namespace

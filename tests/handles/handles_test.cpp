@@ -10,8 +10,6 @@
 #include <future>
 #include <thread>
 
-namespace {
-
 // How many of three blocked waiters a call frees, and whether it leaves the event signalled.
 TEST(EventHandle, FreesItsWaitersAsItsKindSaysAndTheRestWhenItIsClosed) {
     auto const setReset = [](HANDLE event) { return SetEvent(event) & ResetEvent(event); };
@@ -98,7 +96,8 @@ TEST(EventTwins, DifferInTheirFlagsTimeOutsResultsAndTeardown) {
 }
 
 // Passes a signal to and fro between two threads; VERRICK_HANDOFFS sets how many times.
-void PassToAndFro(std::function<void(int)> const& signal, std::function<bool(int)> const& wait) {
+static void PassToAndFro(std::function<void(int)> const& signal,
+                         std::function<bool(int)> const& wait) {
     char const* const text = std::getenv("VERRICK_HANDOFFS");
     int const rounds = (text != nullptr ? std::atoi(text) : 50000) / 2;
     std::thread other([&] {
@@ -123,5 +122,3 @@ TEST(EventTwins, HandOverEverySignalBetweenTwoThreads) {
                  [&](int self) { return WaitForSingleObject(&events[self], INFINITE) == 0; });
     EXPECT_EQ(events[0].CloseHandle() + events[1].CloseHandle(), 2);
 }
-
-} // namespace

@@ -10,11 +10,9 @@
 #include <thread>
 #include <vector>
 
-namespace {
+static constexpr unsigned int kThreadsPerSide = 4;
 
-constexpr unsigned int kThreadsPerSide = 4;
-
-void Stress(int capacity, unsigned int longestTimeOutMs) {
+static void Stress(int capacity, unsigned int longestTimeOutMs) {
     char const* const text = std::getenv("VERRICK_STRESS_MESSAGES");
     unsigned int const perThread = (text != nullptr ? std::atoi(text) : 8000) / kThreadsPerSide;
     MsgQueue* const queue = MsgQCreate(capacity, sizeof(unsigned int));
@@ -62,5 +60,3 @@ TEST_P(MessageQueueStress, DeliversEachMessageOnceToThreadsThatWaitForEver) {
 TEST_P(MessageQueueStress, DeliversEachMessageOnceToThreadsThatGiveUpNowAndThen) {
     Stress(GetParam(), 2);
 }
-
-} // namespace
