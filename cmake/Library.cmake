@@ -18,7 +18,7 @@ set_target_properties(Verrick PROPERTIES
 target_compile_definitions(Verrick PRIVATE _GNU_SOURCE)
 # An exported function is never replaced by an application's own of that name, neither for the
 # compiler (which may inline it) nor for the linker (which binds the library's calls to it).
-target_compile_options(Verrick PRIVATE -fno-semantic-interposition)
+target_compile_options(Verrick PRIVATE -fno-semantic-interposition -fno-plt)
 verrick_warnings(Verrick)
 
 # cmake/exports.list is the one place that names what the object exports. In it, @PTR@ stands for

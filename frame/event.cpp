@@ -83,18 +83,16 @@ DEventImpl::~DEventImpl() {
 }
 
 // With a waiter the state stays clear: the wake-up itself is the signal, and the woken thread finds
-// nothing to consume.
+// nothing to consume. Without one there is nobody to call the condition for.
 void DEventImpl::Signal() {
     if (m_destroying.load(relaxed) != 0) {
         return;
     }
     verrick::MutexLock lock(m_mutex);
-    if (m_autoReset) {
-        m_signaled = m_waiters.load(relaxed) <= 0;
-        pthread_cond_signal(&m_cond);
-    } else {
-        m_signaled = true;
-        pthread_cond_broadcast(&m_cond);
+    bool const awaited = m_waiters.load(relaxed) > 0;
+    m_signaled = !m_autoReset || !awaited;
+    if (awaited) {
+        m_autoReset ? pthread_cond_signal(&m_cond) : pthread_cond_broadcast(&m_cond);
     }
 }
 

@@ -9,6 +9,9 @@ bool IsRealTimePriority(int priority) {
 }
 
 void ApplyRealTimePriority(int priority) {
+    if (!IsRealTimePriority(priority)) {
+        return; // the system would only refuse it
+    }
     sched_param parameters{};
     parameters.sched_priority = priority;
     pthread_setschedparam(pthread_self(), SCHED_RR, &parameters);

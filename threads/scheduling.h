@@ -6,8 +6,8 @@ namespace verrick {
 // The range of SCHED_RR. Other values mean: leave the scheduling alone.
 bool IsRealTimePriority(int priority);
 
-// Puts the calling thread under SCHED_RR. A process without the right to it, and a priority out of
-// range, leave the thread as it is.
+// Puts the calling thread under SCHED_RR. A priority out of range, and a process without the right
+// to this one, leave the thread as it is.
 void ApplyRealTimePriority(int priority);
 
 } // namespace verrick

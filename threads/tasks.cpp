@@ -47,9 +47,7 @@ void* ThreadMain(void* block) {
     auto* const argument = reinterpret_cast<void*>(words[kArgument]);
     int const priority = static_cast<int>(words[kPriority]);
     delete[] words;
-    if (verrick::IsRealTimePriority(priority)) {
-        verrick::ApplyRealTimePriority(priority);
-    }
+    verrick::ApplyRealTimePriority(priority);
     entry(argument);
     pthread_exit(nullptr);
 }

@@ -48,6 +48,7 @@ DTimeManagerImpl::~DTimeManagerImpl() {
     control.AwaitDeparture();
     delete m_dispatch;
     DTimeManagerImplCallouts__DestroyPeriodicTimer(&m_periodicTimer);
+    FreeTimers(); // which a listener call under way, now over, may have made
 }
 
 void DTimeManagerImpl::FreeTimers() {

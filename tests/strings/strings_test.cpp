@@ -5,46 +5,38 @@
 #include <clocale>
 #include <memory>
 #include <string>
+#include <tuple>
 
 namespace {
 
 TEST(Trimming, KeepsTheFirstCharacterOnTheRightOnly) {
-    struct {
-        wchar_t const* text;
-        wchar_t const* right;
-        wchar_t const* left;
-        wchar_t const* both;
-    } const cases[] = {
+    wchar_t const* const cases[][4] = {
         {L"", L"", L"", L""},         {L" ", L" ", L"", L""},
         {L" \t\r\n", L" ", L"", L""}, {L"\ta b \n", L"\ta b", L"a b \n", L"a b"},
         {L"ab", L"ab", L"ab", L"ab"},
     };
-    for (auto const& each : cases) {
-        auto const apply = [&each](wchar_t* (*trim)(wchar_t*)) {
-            std::wstring text(each.text);
-            EXPECT_EQ(trim(text.data()), text.data());
-            return std::wstring(text.c_str());
+    for (auto const& [source, right, left, both] : cases) {
+        auto const apply = [text = source](wchar_t* (*trim)(wchar_t*)) {
+            std::wstring copy(text);
+            EXPECT_EQ(trim(copy.data()), copy.data());
+            return std::wstring(copy.c_str());
         };
-        EXPECT_EQ(apply(_rtrim), each.right);
-        EXPECT_EQ(apply(_ltrim), each.left);
-        EXPECT_EQ(apply(_trim), each.both);
+        EXPECT_EQ(apply(_rtrim), right);
+        EXPECT_EQ(apply(_ltrim), left);
+        EXPECT_EQ(apply(_trim), both);
     }
 }
 
 TEST(Comparison, FoldsToUpperCaseAndSortsNullFirst) {
     ASSERT_NE(std::setlocale(LC_CTYPE, "C.UTF-8"), nullptr);
-    struct {
-        wchar_t const* first;
-        wchar_t const* second;
-        int expected;
-    } const cases[] = {
+    std::tuple<wchar_t const*, wchar_t const*, int> const cases[] = {
         {nullptr, nullptr, 0}, {nullptr, L"", -1},       {L"abc", L"ABCD", -1},
         {L"aBc", L"AbC", 0},   {L"a_", L"ab", 1},        {L"\u00e4", L"\u00c4", 0},
         {L"a", L"\u0436", -1}, {L"\U0010ffff", L"z", 1},
     };
-    for (auto const& each : cases) {
-        EXPECT_EQ(_stricmp(each.first, each.second), each.expected);
-        EXPECT_EQ(_stricmp(each.second, each.first), -each.expected);
+    for (auto const& [first, second, expected] : cases) {
+        EXPECT_EQ(_stricmp(first, second), expected);
+        EXPECT_EQ(_stricmp(second, first), -expected);
     }
     EXPECT_EQ(_stricmp_ascii("a_\xff", "AB"), 1);
     EXPECT_EQ(_stricmp_ascii("z", "\xff"), -1);

@@ -5,20 +5,28 @@
 
 namespace {
 
-thread_local bool t_short = false;
+constexpr int kUnlimited = -1;
+thread_local int t_granted = kUnlimited;
+
+bool IsGranted() {
+    if (t_granted == kUnlimited) {
+        return true;
+    }
+    return t_granted > 0 && t_granted-- > 0;
+}
 
 } // namespace
 
-MemoryShortage::MemoryShortage() {
-    t_short = true;
+MemoryShortage::MemoryShortage(int granted) {
+    t_granted = granted;
 }
 
 MemoryShortage::~MemoryShortage() {
-    t_short = false;
+    t_granted = kUnlimited;
 }
 
 void* operator new(std::size_t size) {
-    void* const memory = t_short ? nullptr : std::malloc(size);
+    void* const memory = IsGranted() ? std::malloc(size) : nullptr;
     if (memory == nullptr) {
         throw std::bad_alloc();
     }

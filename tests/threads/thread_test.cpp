@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <dlfcn.h>
 #include <fstream>
 #include <future>
 #include <memory>
@@ -12,26 +11,10 @@
 #include <thread>
 #include <unistd.h>
 
+#include "hooks.h"
 #include "recorder.h"
 
 namespace {
-
-// Holds up the library's threads at two of their first steps: before they have touched their
-// object, and inside it, on the way to being parked.
-struct Brake {
-    std::atomic<Gate*> beforeObject{nullptr};
-    std::atomic<Gate*> insideObject{nullptr};
-    std::atomic<bool> refuseCreation{false}; // the system has no thread to give
-    pthread_t tester = pthread_self();
-} g_brake;
-
-void HoldAt(std::atomic<Gate*>& point) {
-    if (pthread_equal(pthread_self(), g_brake.tester) == 0) {
-        if (Gate* const gate = point.exchange(nullptr)) {
-            gate->Pass();
-        }
-    }
-}
 
 std::string const kDetached = "pthread_detached successfull for thread (";
 std::string const kNotStarted = "WaitForThreadDeath::Run not started. or invalid thread handle\n";
@@ -65,32 +48,6 @@ std::string KernelName(int threadId) {
     std::getline(file, name);
     return name;
 }
-
-} // namespace
-
-extern "C" pid_t gettid() noexcept {
-    HoldAt(g_brake.beforeObject);
-    static auto* const real = reinterpret_cast<pid_t (*)()>(dlsym(RTLD_NEXT, "gettid"));
-    return real();
-}
-
-extern "C" int pthread_setcancelstate(int state, int* old) {
-    HoldAt(g_brake.insideObject);
-    static auto* const real =
-        reinterpret_cast<int (*)(int, int*)>(dlsym(RTLD_NEXT, "pthread_setcancelstate"));
-    return real(state, old);
-}
-
-// Called just before a thread is created: real-time scheduling of its own, without a priority, is
-// what the system refuses.
-extern "C" int pthread_attr_setscope(pthread_attr_t* attributes, int) noexcept {
-    if (g_brake.refuseCreation) {
-        pthread_attr_setinheritsched(attributes, PTHREAD_EXPLICIT_SCHED);
-    }
-    return 0;
-}
-
-namespace {
 
 TEST(Thread, RunsOnceAfterStartAndIsJoinedOnce) {
     std::atomic<int> runs{0};
@@ -262,8 +219,29 @@ TEST(Thread, OneCallerJoinsAndTheOthersAreReleasedWithIt) {
     }
 }
 
+TEST(Thread, ACallerThatComesAsTheJoiningOneLeavesJoinsItself) {
+    Gate gate;
+    Thread thread([&] { gate.Pass(); });
+    thread.Start();
+    std::future<int> late;
+    auto joiner = std::async(std::launch::async, [&] {
+        BeforeBroadcast() = [&] { // it holds the mutex, for which the late caller queues first
+            late = std::async(std::launch::async, [&] { return thread.WaitForThreadDeath(-1); });
+            Sleep(50);
+        };
+        return thread.WaitForThreadDeath(100);
+    });
+    Sleep(50);
+    auto neighbour =
+        std::async(std::launch::async, [&] { return thread.WaitForThreadDeath(60000); });
+    EXPECT_EQ(joiner.get(), WAIT_RESULT_TIMEOUT);
+    EXPECT_EQ(neighbour.get(), WAIT_RESULT_TIMEOUT);
+    gate.Open();
+    EXPECT_EQ(late.get(), WAIT_RESULT_OK);
+}
+
 TEST(Thread, StartedButNotYetInRunItNeverTouchesADestroyedObject) {
-    for (auto* const point : {&g_brake.beforeObject, &g_brake.insideObject}) {
+    for (auto* const point : {&GateBeforeObject(), &GateInsideObject()}) {
         Gate gate;
         *point = &gate;
         auto thread = std::make_unique<Reckless>();
@@ -272,7 +250,7 @@ TEST(Thread, StartedButNotYetInRunItNeverTouchesADestroyedObject) {
         }
         thread->Start();
         std::thread opener;
-        bool const inside = point == &g_brake.insideObject;
+        bool const inside = point == &GateInsideObject();
         if (inside) { // the destructor waits for it
             opener = std::thread([&] {
                 Sleep(50);
@@ -319,12 +297,12 @@ TEST(Thread, RunMayDestroyItsObjectOrEndItsThread) {
 
 TEST(Thread, AFailedCreationIsReportedAndLeavesNothing) {
     testing::internal::CaptureStdout();
-    g_brake.refuseCreation = true;
+    RefuseCreation() = true;
     Reckless unborn;
     Thread late([] {}, "late", 0, 1);
     EXPECT_FALSE(DThread::Create(&late, 0, 0, 0));
     EXPECT_EQ(ThreadSpawn([](void*) { ++Reckless::runs; }, nullptr, 0, 1, 2, 0), 0);
-    g_brake.refuseCreation = false;
+    RefuseCreation() = false;
     unborn.Start();
     unborn.Kill();
     EXPECT_EQ(unborn.GetThreadId(), -1);

@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "hooks.h"
 #include "recorder.h"
 
 namespace {
@@ -59,7 +60,10 @@ TEST(Worker, EndsWithoutALineWhenItIsIdleOrItsCallbackReturnsInTime) {
         Sleep(100);
     });
     testing::internal::CaptureStdout();
-    { DWorkerThread idle("idle", 0, 0, 0); }
+    {
+        DWorkerThread idle("idle", 0, 0, 0);
+        Sleep(50);
+    }
     {
         DWorkerThread busy("busy", 0, 0, 0);
         busy.AddCallbackObject(&callback);
@@ -122,6 +126,29 @@ TEST(Worker, WithoutAThreadItTakesWorkForLater) {
     worker.Kill(); // gives the handle up, and the thread works on
     EXPECT_TRUE(Give(worker, "more"));
     EXPECT_EQ(seen.Await(2).back(), "more");
+}
+
+TEST(Worker, AWakeUpForNothingNeitherStartsNorCallsAnything) {
+    Recorder<int> calls;
+    Callback callback([&](char*) { calls.Note(1); });
+    DWorkerThread worker("worker", 0, 0, 1);
+    worker.AddCallbackObject(&callback);
+    auto const awaitWakeUps = [] {
+        for (int i = 0; i < 5000 && SpuriousWakeUps() > 0; ++i) {
+            Sleep(1);
+        }
+        EXPECT_LE(SpuriousWakeUps(), 0);
+        Sleep(20);
+    };
+    SpuriousWakeUps() = 3;
+    ASSERT_TRUE(DThread::Create(&worker, 0, 0, 0));
+    awaitWakeUps(); // parked
+    SpuriousWakeUps() = 3;
+    worker.Start();
+    awaitWakeUps(); // idle
+    EXPECT_EQ(calls.Await(0).size(), 0U);
+    Give(worker, "a");
+    EXPECT_EQ(calls.Await(1).size(), 1U);
 }
 
 } // namespace
