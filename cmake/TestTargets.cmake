@@ -31,7 +31,8 @@ if(CMAKE_CROSSCOMPILING)
 endif()
 file(WRITE ${PROJECT_BINARY_DIR}/exceptions.cmake "${disabled}")
 
-# To be called behind the last test: what is included last sees them all.
+# At the end of the folder, for only what is included last sees every test.
 function(verrick_disable_exceptions)
     set_property(DIRECTORY APPEND PROPERTY TEST_INCLUDE_FILES ${PROJECT_BINARY_DIR}/exceptions.cmake)
 endfunction()
+cmake_language(DEFER CALL verrick_disable_exceptions)

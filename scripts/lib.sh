@@ -10,6 +10,8 @@ declare -A packages=(
     [test]="googletest clang pkgconf"
     [i686]="g++-i686-linux-gnu"
     [ppc]="g++-powerpc-linux-gnu qemu-user locales"
+    [package]="dpkg-dev file"
+    [trial]="mmdebstrap"
     [bench]="libbenchmark-dev libpoco-dev python3"
     [format]="clang-format"
     [lint]="clang-tidy"
@@ -63,12 +65,13 @@ steady() {
     fi
 }
 
-# build PRESET [CMAKE ARGUMENT...]: configures and builds into build/PRESET.
+# build PRESET FOLDER [CMAKE ARGUMENT...]: configures and builds into build/FOLDER.
 build() {
-    local preset=$1
-    shift
-    quietly cmake --preset "$preset" -G Ninja "$@"
-    quietly steady cmake --build "build/$preset"
+    local preset=$1 folder=build/$2
+    shift 2
+    echo "Building $folder"
+    quietly cmake --preset "$preset" -B "$folder" -G Ninja "$@"
+    quietly steady cmake --build "$folder"
 }
 
 # usage: prints the comment at the head of the script that runs.

@@ -1,0 +1,17 @@
+/*
+ * The flat calls of every subsystem, for C99 and C++ programs.
+ */
+#ifndef VERRICK_FLAT_H
+#define VERRICK_FLAT_H
+
+/* clang-format off: the order of the families */
+#include <verrick/flat/frame.h>
+#include <verrick/flat/threads.h>
+#include <verrick/flat/ini.h>
+#include <verrick/flat/handles.h>
+#include <verrick/flat/queues.h>
+#include <verrick/flat/files.h>
+#include <verrick/flat/strings.h>
+/* clang-format on */
+
+#endif
