@@ -15,6 +15,7 @@ declare -A packages=(
     [bench]="libbenchmark-dev libpoco-dev python3"
     [format]="clang-format"
     [lint]="clang-tidy"
+    [docs]="doxygen"
 )
 
 as_root() {
