@@ -246,7 +246,10 @@ MsgQueue* MsgQCreate(int maxMsgs, unsigned int maxMsgLength) try {
         return nullptr;
     }
     std::unique_ptr<MsgQueue, DeleteQueue> queue(new MsgQueue());
-    queue->m_store = new char[bytes];
+    queue->m_store = new (std::nothrow) char[bytes];
+    if (queue->m_store == nullptr) {
+        return nullptr;
+    }
     queue->m_maxMsgLength = maxMsgLength;
     queue->m_maxMsgs = maxMsgs;
     queue->m_lockEvent = CreateEvent(nullptr, 0, 1, nullptr);

@@ -52,23 +52,23 @@ int UnderLock(RingBuffer* ring, int none, Work work) {
 
 constexpr int kNoRing = -1;
 
+struct DeleteRing {
+    void operator()(RingBuffer* ring) const { RingDelete(ring); }
+};
+
 } // namespace
 
-RingBuffer* RingCreate(int size) {
+RingBuffer* RingCreate(int size) try {
     if (size < 0) {
         return nullptr;
     }
-    std::unique_ptr<RingBuffer> ring(new (std::nothrow) RingBuffer());
-    if (ring == nullptr) {
-        return nullptr;
-    }
-    ring->m_store = new (std::nothrow) char[static_cast<std::size_t>(size)];
-    if (ring->m_store == nullptr) {
-        return nullptr;
-    }
-    ring->m_size = size;
+    std::unique_ptr<RingBuffer, DeleteRing> ring(new RingBuffer());
     InitializeCriticalSection(&ring->m_lock);
-    return ring.release();
+    ring->m_size = size;
+    ring->m_store = new (std::nothrow) char[static_cast<std::size_t>(size)];
+    return ring->m_store != nullptr ? ring.release() : nullptr;
+} catch (std::bad_alloc const&) {
+    return nullptr;
 }
 
 void RingDelete(RingBuffer* ring) {

@@ -12,10 +12,11 @@ declare -A packages=(
     [ppc]="g++-powerpc-linux-gnu qemu-user locales"
     [package]="dpkg-dev file"
     [trial]="mmdebstrap"
-    [bench]="libbenchmark-dev libpoco-dev python3"
+    [bench]="libbenchmark-dev libpoco-dev libinih-dev libglib2.0-dev libboost-dev pkgconf python3"
     [format]="clang-format"
     [lint]="clang-tidy"
     [docs]="doxygen"
+    [valgrind]="valgrind"
 )
 
 as_root() {

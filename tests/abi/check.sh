@@ -4,7 +4,7 @@
 # fails on a difference unless the soname moved.
 #
 # With RENEW_ABI set it renews COMMITTED instead, and fails if a fact that was there changed or went
-# while the soname stayed.
+# while the soname stayed; RENEW_ABI=anew takes that too.
 set -eu
 export LC_ALL=C
 committed=$1
@@ -19,7 +19,7 @@ grep -qxF "$(grep '^soname' "$work/built")" "$committed" || moved=true
 if [ -n "${RENEW_ABI:-}" ]; then
     sort "$committed" >"$work/old"
     sort "$work/built" | comm -23 "$work/old" - >"$work/broken"
-    if $moved || [ ! -s "$work/broken" ]; then
+    if $moved || [ "$RENEW_ABI" = anew ] || [ ! -s "$work/broken" ]; then
         cat "$work/built" >"$committed"
         exit 0
     fi
