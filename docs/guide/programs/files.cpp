@@ -7,15 +7,14 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <string>
 
-bool Write(char const* name, char const* text) {
+bool Write(char const* name, std::string text) {
     DFile file; // closes the file at the end
-    char buffer[64];
-    std::strcpy(buffer, text);
+    unsigned int const length = static_cast<unsigned int>(text.size());
     unsigned int done = 0;
     return file.Open(name, FILE_MODE_WRITE | FILE_MODE_CREATE) == FILE_STATUS_OK &&
-           file.Write(buffer, static_cast<unsigned int>(std::strlen(text)), &done) ==
-               FILE_STATUS_OK;
+           file.Write(&text[0], length, &done) == FILE_STATUS_OK && done == length;
 }
 
 // The whole of a short file, read in pieces of four bytes.

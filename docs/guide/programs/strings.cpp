@@ -6,6 +6,7 @@
 #include <clocale>
 #include <cstdio>
 #include <cwchar>
+#include <memory>
 
 int main() {
     std::setlocale(LC_ALL, ""); // the encoding of narrow text, and what is a letter
@@ -15,12 +16,11 @@ int main() {
     wchar_t* const value = _trim(_wcstok(nullptr, L"="));
     bool const same = _stricmp(key, L"COLOUR") == 0;
 
-    wchar_t* const copy = _strdup(value); // the caller's, from new[]
-    _strupr(copy);
+    std::unique_ptr<wchar_t[]> const copy(_strdup(value)); // the caller's, from new[]
+    _strupr(copy.get());
 
     wchar_t text[512]; // _sprintf has room for 512 wide characters, whatever is passed
-    int const printed = _sprintf(text, L"%s is %s, %d of %d", key, copy, 1, 3);
-    delete[] copy;
+    int const printed = _sprintf(text, L"%s is %s, %d of %d", key, copy.get(), 1, 3);
     std::printf("%ls\n", text);
 
     char narrow[64];
