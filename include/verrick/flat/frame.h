@@ -25,14 +25,14 @@ VERRICK_API void GetDLLVersion(char* version);
  * Increment, Decrement and ExchangeAdd give the word as read right behind the step, which is the
  * new value, with the changes of other threads in it where they came in between.
  */
-VERRICK_API int InterlockedIncrement(int volatile* target);
-VERRICK_API int InterlockedDecrement(int volatile* target);
+VERRICK_API_SHORT int InterlockedIncrement(int volatile* target);
+VERRICK_API_SHORT int InterlockedDecrement(int volatile* target);
 
 /* Adds amount. Unlike its Win32 namesake it gives the new value, not the old one. */
-VERRICK_API int InterlockedExchangeAdd(int volatile* target, int amount);
+VERRICK_API_SHORT int InterlockedExchangeAdd(int volatile* target, int amount);
 
 /* Stores value and gives the old one. */
-VERRICK_API int InterlockedExchange(int volatile* target, int value);
+VERRICK_API_SHORT int InterlockedExchange(int volatile* target, int value);
 
 #ifdef __cplusplus
 }
