@@ -15,6 +15,7 @@ declare -A packages=(
     [bench]="libbenchmark-dev libpoco-dev libinih-dev libglib2.0-dev libboost-dev pkgconf python3"
     [format]="clang-format"
     [lint]="clang-tidy"
+    [docs]="doxygen"
     [valgrind]="valgrind"
 )
 

@@ -1,10 +1,12 @@
-/*
+/**
+ * @file
  * The flat calls of every subsystem, for C99 and C++ programs.
  */
 #ifndef VERRICK_FLAT_H
 #define VERRICK_FLAT_H
 
-/* clang-format off: the order of the families */
+/* The order of the families. */
+/* clang-format off */
 #include <verrick/flat/frame.h>
 #include <verrick/flat/threads.h>
 #include <verrick/flat/ini.h>

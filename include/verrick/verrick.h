@@ -1,10 +1,12 @@
-/*
+/**
+ * @file
  * Everything that the library declares. Each header can also be included alone, in any order.
  */
 #ifndef VERRICK_VERRICK_H
 #define VERRICK_VERRICK_H
 
-/* clang-format off: the order of the families */
+/* The order of the families. */
+/* clang-format off */
 #include <verrick/frame.h>
 #include <verrick/critical_section.h>
 #include <verrick/event.h>
