@@ -1,8 +1,7 @@
 #include <verrick/flat_critical_section.h>
 
 #include "frame/mutex.h"
-
-#include <cstdio>
+#include "handles/section.h"
 
 void InitializeCriticalSection(CRITICAL_SECTION* section) {
     if (section != nullptr) {
@@ -18,13 +17,13 @@ void DeleteCriticalSection(CRITICAL_SECTION* section) {
 
 void EnterCriticalSection(CRITICAL_SECTION* section) {
     if (section != nullptr) {
-        pthread_mutex_lock(&section->mutex);
+        verrick::EnterSection(*section);
     }
 }
 
 void LeaveCriticalSection(CRITICAL_SECTION* section) {
-    if (section != nullptr && pthread_mutex_unlock(&section->mutex) != 0) {
-        std::puts("pthread_mutex_unlock failed..");
+    if (section != nullptr) {
+        verrick::LeaveSection(*section);
     }
 }
 

@@ -1,5 +1,7 @@
 #include <verrick/rings.h>
 
+#include "handles/section.h"
+
 #include <algorithm>
 #include <cstring>
 #include <memory>
@@ -10,15 +12,15 @@ namespace {
 // Holds a ring for a scope.
 class RingLock {
 public:
-    explicit RingLock(RingBuffer& ring) : m_section(&ring.m_lock) {
-        EnterCriticalSection(m_section);
+    explicit RingLock(RingBuffer& ring) : m_section(ring.m_lock) {
+        verrick::EnterSection(m_section);
     }
-    ~RingLock() { LeaveCriticalSection(m_section); }
+    ~RingLock() { verrick::LeaveSection(m_section); }
     RingLock(RingLock const&) = delete;
     RingLock& operator=(RingLock const&) = delete;
 
 private:
-    CRITICAL_SECTION* m_section;
+    CRITICAL_SECTION& m_section;
 };
 
 // Walks an index through the ring's bytes: copy(at, done, piece) for the piece up to the end of the

@@ -7,4 +7,11 @@
 /* What carries this mark is exported, provided that cmake/exports.list names it. */
 #define VERRICK_API __attribute__((visibility("default")))
 
+/* The same for calls so short that the linker's stub before them would show. */
+#if defined(__GNUC__) && !defined(__clang__)
+#define VERRICK_API_SHORT __attribute__((visibility("default"), noplt))
+#else
+#define VERRICK_API_SHORT VERRICK_API
+#endif
+
 #endif

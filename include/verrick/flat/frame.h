@@ -30,15 +30,15 @@ VERRICK_API void GetDLLVersion(char* version);
  */
 
 /** Adds 1, and gives the new value. */
-VERRICK_API int InterlockedIncrement(int volatile* target);
+VERRICK_API_SHORT int InterlockedIncrement(int volatile* target);
 /** Subtracts 1, and gives the new value. */
-VERRICK_API int InterlockedDecrement(int volatile* target);
+VERRICK_API_SHORT int InterlockedDecrement(int volatile* target);
 
 /** Adds amount. Unlike its Win32 namesake it gives the new value, not the old one. */
-VERRICK_API int InterlockedExchangeAdd(int volatile* target, int amount);
+VERRICK_API_SHORT int InterlockedExchangeAdd(int volatile* target, int amount);
 
 /** Stores value and gives the old one. */
-VERRICK_API int InterlockedExchange(int volatile* target, int value);
+VERRICK_API_SHORT int InterlockedExchange(int volatile* target, int value);
 
 /** @} */
 

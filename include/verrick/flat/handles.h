@@ -130,16 +130,16 @@ VERRICK_API void DeleteCriticalSection(CRITICAL_SECTION* section);
  * Waits for ever until the section is free and takes it. Returns at once, and doesn't count, if the
  * caller has it: the first LeaveCriticalSection frees it.
  */
-VERRICK_API void EnterCriticalSection(CRITICAL_SECTION* section);
+VERRICK_API_SHORT void EnterCriticalSection(CRITICAL_SECTION* section);
 
 /**
  * Frees the section. Without effect if the caller doesn't have it, but for the line
  * "pthread_mutex_unlock failed.." on standard output.
  */
-VERRICK_API void LeaveCriticalSection(CRITICAL_SECTION* section);
+VERRICK_API_SHORT void LeaveCriticalSection(CRITICAL_SECTION* section);
 
 /** Gives 1 and the section if it is free; 0 if anybody has it, the caller too, or it is null. */
-VERRICK_API int TryEnterCriticalSection(CRITICAL_SECTION* section);
+VERRICK_API_SHORT int TryEnterCriticalSection(CRITICAL_SECTION* section);
 
 /** @} */
 
