@@ -104,7 +104,8 @@ unsigned long XEvent::WaitHeld(unsigned long timeoutMs) {
     }
     // The state is not looked at again: every wake-up counts, for a signal to a waiter leaves none.
     CountedWaiter counted(m_waiters);
-    switch (WaitForCondition(timeoutMs)) {
+    auto const timeout32Ms = static_cast<std::uint32_t>(timeoutMs);
+    switch (timeout32Ms == INFINITE ? WaitForever() : WaitOnce(timeout32Ms)) {
     case 0:
         return WAIT_OBJECT_0;
     case ETIMEDOUT:
@@ -114,14 +115,9 @@ unsigned long XEvent::WaitHeld(unsigned long timeoutMs) {
     }
 }
 
-// Blocks on the condition, once where there is a time-out, and gives the error of the wait. The
-// wait's result is the error: errno may hold anything.
-int XEvent::WaitForCondition(unsigned long timeoutMs) {
-    auto const timeout32Ms = static_cast<std::uint32_t>(timeoutMs);
-    if (timeout32Ms != INFINITE) {
-        timespec const deadline = verrick::FlatDeadlineAfter(timeout32Ms);
-        return pthread_cond_timedwait(&m_cond, &m_mutex, &deadline);
-    }
+// Both block on the condition and give the error of the wait. The wait's result is the error: errno
+// may hold anything.
+int XEvent::WaitForever() {
     for (;;) {
         int const error = pthread_cond_wait(&m_cond, &m_mutex);
         if (error == 0) {
@@ -133,6 +129,11 @@ int XEvent::WaitForCondition(unsigned long timeoutMs) {
         }
         ::Sleep(kRetryMs);
     }
+}
+
+int XEvent::WaitOnce(unsigned int timeoutMs) {
+    timespec const deadline = verrick::FlatDeadlineAfter(timeoutMs);
+    return pthread_cond_timedwait(&m_cond, &m_mutex, &deadline);
 }
 
 int XEvent::SetToSignaledState() {

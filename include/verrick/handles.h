@@ -68,9 +68,10 @@ private:
     friend int ::ResetEvent(HANDLE event);
     friend struct verrick::EventInternals;
 
-    /* All three under m_mutex. */
+    /* All of these under m_mutex. */
     unsigned long WaitHeld(unsigned long timeoutMs);
-    int WaitForCondition(unsigned long timeoutMs);
+    int WaitForever();
+    int WaitOnce(unsigned int timeoutMs);
     int SignalHeld();
 
     int m_manualReset; /* constant after construction */

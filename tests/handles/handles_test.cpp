@@ -6,6 +6,7 @@
 
 #include <climits>
 #include <cstdlib>
+#include <cstring>
 #include <functional>
 #include <future>
 #include <thread>
@@ -71,15 +72,18 @@ TEST(EventHandle, PulseLeavesASignalledEventUnsignalled) {
 
 TEST(EventHandle, ACancelledWaiterDoesNotHoldUpClosing) {
     HANDLE const event = CreateEvent(nullptr, 0, 0, nullptr);
-    std::promise<pthread_t> id;
-    std::thread waiter([&] {
-        id.set_value(pthread_self());
-        WaitForSingleObject(event, INFINITE);
-    });
-    pthread_t const thread = id.get_future().get();
+    pthread_t waiter{};
+    ASSERT_EQ(pthread_create(
+                  &waiter, nullptr,
+                  [](void* handle) -> void* {
+                      WaitForSingleObject(handle, INFINITE);
+                      return nullptr;
+                  },
+                  event),
+              0);
     Sleep(50);
-    pthread_cancel(thread);
-    waiter.join();
+    pthread_cancel(waiter);
+    pthread_join(waiter, nullptr);
     EXPECT_EQ(CloseHandle(event), 1);
 }
 
@@ -125,12 +129,18 @@ TEST(Handle, OfNoneOrOfTheWrongKindIsRefused) {
 
 TEST(Handle, LosesItsTypeWithItsObject) {
     alignas(XSemaphore) unsigned char memory[sizeof(XSemaphore)];
+    auto const type = [&memory] {
+        unsigned long word = 0;
+        std::memcpy(&word, memory + sizeof(void*), sizeof word);
+        return word;
+    };
     auto* const object = new (memory) XSemaphore(1, 1);
+    EXPECT_EQ(type(), XSEMAPHORE_TYPE_TAG);
     EXPECT_EQ(XHandleObject::ObjectFromHandle(object, XSEMAPHORE_TYPE_TAG), object);
     EXPECT_EQ(XHandleObject::ObjectFromHandle(object, XEVENT_TYPE_TAG), nullptr);
     object->CloseHandle();
     object->~XSemaphore();
-    EXPECT_EQ(XHandleObject::ObjectFromHandle(memory, XSEMAPHORE_TYPE_TAG), nullptr);
+    EXPECT_EQ(type(), 0UL);
 }
 
 // Where the two kinds of event differ.

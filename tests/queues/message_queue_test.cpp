@@ -167,15 +167,18 @@ TEST_F(MessageQueue, HoldsItsLockAloneUnderAStormOfFalseSignals) {
 }
 
 TEST_F(MessageQueue, SurvivesTheCancellationOfAWaiter) {
-    std::promise<pthread_t> id;
-    std::thread waiter([&] {
-        id.set_value(pthread_self());
-        Receive(INFINITE);
-    });
-    pthread_t const thread = id.get_future().get();
+    pthread_t waiter{};
+    ASSERT_EQ(pthread_create(
+                  &waiter, nullptr,
+                  [](void* shared) -> void* {
+                      MsgQReceive(static_cast<MsgQueue*>(shared), nullptr, 0, INFINITE);
+                      return nullptr;
+                  },
+                  queue),
+              0);
     Sleep(50);
-    pthread_cancel(thread);
-    waiter.join();
+    pthread_cancel(waiter);
+    pthread_join(waiter, nullptr);
     EXPECT_EQ(queue->m_announcedReceivers, 0);
     EXPECT_EQ(Send("on"), 0);
     EXPECT_EQ(Receive(), "on");
