@@ -32,7 +32,7 @@ public:
         for (int i = 0; i < kFiles; ++i) {
             std::ofstream(m_path + "/many/file" + std::to_string(i) + (i % 2 ? ".txt" : ".dat"));
         }
-        std::ofstream(Blocks()) << std::string(kBlockBytes * kBlocks, 'x');
+        std::ofstream(Blocks()) << std::string(std::size_t{kBlockBytes} * kBlocks, 'x');
     }
     ~Folder() { std::filesystem::remove_all(m_path); }
     Folder(Folder const&) = delete;

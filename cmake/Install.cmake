@@ -1,4 +1,4 @@
-# Library, headers, CMake package and pkg-config file.
+# Library, headers, CMake package, pkg-config file and manual pages.
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/Verrick)
@@ -20,3 +20,9 @@ file(RELATIVE_PATH pc_to_prefix /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefi
 configure_file(cmake/verrick.pc.in verrick.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/verrick.pc
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+
+# The manual pages are made by scripts/docs; without them there is nothing to install.
+set(VERRICK_MAN_DIR ${PROJECT_SOURCE_DIR}/build/docs/man CACHE PATH "Folder of built manual pages")
+if(IS_DIRECTORY ${VERRICK_MAN_DIR})
+    install(DIRECTORY ${VERRICK_MAN_DIR}/ DESTINATION ${CMAKE_INSTALL_MANDIR} COMPONENT development)
+endif()

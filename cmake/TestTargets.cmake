@@ -14,13 +14,18 @@ if(CMAKE_CROSSCOMPILING AND CMAKE_CXX_BYTE_ORDER STREQUAL "BIG_ENDIAN")
     set(verrick_test_environment LOCPATH=${locale_folder})
 endif()
 
-# tests/exceptions.txt names, for each target, what its emulator can't run. These tests are
+# tests/exceptions.txt names, for each target and for memcheck, what can't run there. These tests are
 # registered all the same, and ctest's summary names them as disabled.
+set(runner "")
+if(CMAKE_CROSSCOMPILING)
+    set(runner ${CMAKE_SYSTEM_PROCESSOR})
+endif()
+set(VERRICK_TEST_EXCEPTIONS "${runner}" CACHE STRING "Whose exceptions of tests/exceptions.txt count")
 set(exceptions ${PROJECT_SOURCE_DIR}/tests/exceptions.txt)
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${exceptions})
 set(disabled "")
-if(CMAKE_CROSSCOMPILING)
-    file(STRINGS ${exceptions} lines REGEX "^${CMAKE_SYSTEM_PROCESSOR} ")
+if(VERRICK_TEST_EXCEPTIONS)
+    file(STRINGS ${exceptions} lines REGEX "^${VERRICK_TEST_EXCEPTIONS} ")
     foreach(line IN LISTS lines)
         string(REGEX MATCH "^[^ ]+ +([^ ]+) +[^ ]" reasoned "${line}")
         if(NOT reasoned)
@@ -31,7 +36,8 @@ if(CMAKE_CROSSCOMPILING)
 endif()
 file(WRITE ${PROJECT_BINARY_DIR}/exceptions.cmake "${disabled}")
 
-# To be called behind the last test: what is included last sees them all.
+# At the end of the folder, for only what is included last sees every test.
 function(verrick_disable_exceptions)
     set_property(DIRECTORY APPEND PROPERTY TEST_INCLUDE_FILES ${PROJECT_BINARY_DIR}/exceptions.cmake)
 endfunction()
+cmake_language(DEFER CALL verrick_disable_exceptions)

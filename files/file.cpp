@@ -30,6 +30,11 @@ int Tell(std::FILE* stream) {
     return position > 0 && std::in_range<int>(position) ? static_cast<int>(position) : 0;
 }
 
+// The stream is the object's own, so its lock guards nothing.
+FileStatus StatusOfTransfer(std::FILE* stream) {
+    return ferror_unlocked(stream) != 0 ? FILE_STATUS_FAILED : FILE_STATUS_OK;
+}
+
 void Store(unsigned int* count, std::size_t done) {
     if (count != nullptr) {
         *count = static_cast<unsigned int>(done);
@@ -82,7 +87,7 @@ FileStatus DFile::Read(void* buffer, unsigned int count, unsigned int* countDone
     if (done == 0 && std::feof(m_stream) != 0) {
         return FILE_STATUS_END_OF_FILE;
     }
-    return std::ferror(m_stream) != 0 ? FILE_STATUS_FAILED : FILE_STATUS_OK;
+    return StatusOfTransfer(m_stream);
 }
 
 FileStatus DFile::Write(void* buffer, unsigned int count, unsigned int* countDone) {
@@ -90,7 +95,7 @@ FileStatus DFile::Write(void* buffer, unsigned int count, unsigned int* countDon
         return FILE_STATUS_NOT_FOUND;
     }
     Store(countDone, std::fwrite(buffer, 1, count, m_stream));
-    return std::ferror(m_stream) != 0 ? FILE_STATUS_FAILED : FILE_STATUS_OK;
+    return StatusOfTransfer(m_stream);
 }
 
 void DFile::Flush() {

@@ -62,7 +62,7 @@ wchar_t const* DDirList::GetFullPath() {
     return m_impl != nullptr ? m_impl->GetFullPath() : nullptr;
 }
 
-DDirListImpl::DDirListImpl() // NOLINT(cppcoreguidelines-pro-type-member-init): a buffer
+DDirListImpl::DDirListImpl()
     : m_dir(nullptr), m_pattern(nullptr), m_dirPath(nullptr), m_entryPath(nullptr),
       m_prefixLength(0) {
     m_widePath[0] = L'\0';
@@ -82,13 +82,14 @@ bool DDirListImpl::FindFirst(wchar_t const* path, DFileInfo* info) {
 
 // GetFullFilename cuts what doesn't fit, so it gets one element more than a path may take.
 bool DDirListImpl::TakePath(wchar_t const* path) {
+    m_dirPath[0] = '\0';
     wchar_t full[kPathBytes + 1];
     full[0] = L'\0';
     GetFullFilename(path, full, kPathBytes + 1);
     bool const taken =
         std::wcslen(full) < kPathBytes && verrick::Narrow(m_dirPath, kPathBytes, full).whole;
     if (!taken) {
-        m_dirPath[0] = '\0';
+        m_dirPath[0] = '\0'; // may hold the part ahead of a fault
     }
     return taken;
 }
@@ -130,7 +131,7 @@ bool DDirListImpl::FindNext(DFileInfo* info) {
     }
     dirent const* entry = nullptr;
     do {
-        entry = readdir(m_dir); // NOLINT(concurrency-mt-unsafe): one thread at a time
+        entry = readdir(m_dir);
         if (entry == nullptr) {
             return false;
         }
@@ -175,15 +176,13 @@ int DDirListImpl::WildCardMatch(char const* pattern, char const* name) {
     std::wint_t here = Fold(*name);
     for (; *name != '\0'; ++name) {
         std::wint_t const next = Fold(name[1]);
-        if (*pattern == '?') {
-            ++pattern;
-        } else if (*pattern == '*') {
+        if (*pattern == '*') {
             if (*name == '.') {
                 return 0;
             }
             std::wint_t const behind = Fold(pattern[1]);
             pattern += behind == next ? 1 : behind == here ? 2 : 0;
-        } else if (Fold(*pattern) == here) {
+        } else if (*pattern == '?' || Fold(*pattern) == here) {
             ++pattern;
         } else {
             return 0;

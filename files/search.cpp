@@ -93,16 +93,6 @@ bool OpenDirectory(xDirStruct& search) {
     return true;
 }
 
-dirent const* NextFit(xDirStruct const& search) {
-    for (;;) {
-        // One search is used by one thread at a time.
-        dirent const* const entry = readdir(search.m_dir); // NOLINT(concurrency-mt-unsafe)
-        if (entry == nullptr || WildCardMatch(search.m_pattern, entry->d_name) != 0) {
-            return entry;
-        }
-    }
-}
-
 // All zero if the joined name doesn't fit or has no status.
 struct stat StatusOf(xDirStruct& search, char const* name, std::size_t length) {
     struct stat status;
@@ -128,14 +118,24 @@ void Fill(FindData& data, xDirStruct& search, char const* name) {
     data.size = verrick::SizeWord(status.st_size);
 }
 
+// False if there are no more.
+bool TakeNext(xDirStruct& search, FindData* data) {
+    while (dirent const* const entry = readdir(search.m_dir)) {
+        if (WildCardMatch(search.m_pattern, entry->d_name) != 0) {
+            Fill(*data, search, entry->d_name);
+            return true;
+        }
+    }
+    return false;
+}
+
 int Fold(char c) {
     return std::toupper(static_cast<unsigned char>(c));
 }
 
 } // namespace
 
-xDirStruct::xDirStruct() // NOLINT(cppcoreguidelines-pro-type-member-init): scratch
-    : m_dir(nullptr), m_pattern(nullptr), m_prefixLength(0) {
+xDirStruct::xDirStruct() : m_dir(nullptr), m_pattern(nullptr), m_prefixLength(0) {
     m_path[0] = '\0';
     m_fullName[0] = '\0';
 }
@@ -147,7 +147,7 @@ long _findfirst(char const* spec, FindData* data) {
         return Fail(ENOMEM);
     }
     bool const found = CopyText(*search, spec) && SplitText(*search) && OpenDirectory(*search) &&
-                       _findnext(reinterpret_cast<long>(search.get()), data) == 0;
+                       TakeNext(*search, data);
     if (!found) {
         search.reset();
         return Fail(ENOENT);
@@ -159,13 +159,7 @@ int _findnext(long handle, FindData* data) {
     if (handle == kNoSearch || SearchOf(handle)->m_dir == nullptr) {
         return Fail(ENOENT);
     }
-    xDirStruct& search = *SearchOf(handle);
-    dirent const* const entry = NextFit(search);
-    if (entry == nullptr) {
-        return Fail(ENOENT);
-    }
-    Fill(*data, search, entry->d_name);
-    return 0;
+    return TakeNext(*SearchOf(handle), data) ? 0 : Fail(ENOENT);
 }
 
 int _findclose(long handle) {
@@ -183,9 +177,7 @@ int WildCardMatch(char const* pattern, char const* name) {
         return 1;
     }
     for (; name != nullptr && *name != '\0'; ++name) {
-        if (*pattern == '?') {
-            ++pattern;
-        } else if (*pattern == '*') {
+        if (*pattern == '*') {
             if (*name == '.') {
                 return 0;
             }
@@ -195,7 +187,7 @@ int WildCardMatch(char const* pattern, char const* name) {
             } else if (behind == Fold(name[0])) {
                 pattern += 2;
             }
-        } else if (Fold(*pattern) == Fold(*name)) {
+        } else if (*pattern == '?' || Fold(*pattern) == Fold(*name)) {
             ++pattern;
         } else {
             return 0;

@@ -10,9 +10,13 @@ declare -A packages=(
     [test]="googletest clang pkgconf"
     [i686]="g++-i686-linux-gnu"
     [ppc]="g++-powerpc-linux-gnu qemu-user locales"
-    [bench]="libbenchmark-dev libpoco-dev python3"
+    [package]="dpkg-dev file"
+    [trial]="mmdebstrap"
+    [bench]="libbenchmark-dev libpoco-dev libinih-dev libglib2.0-dev libboost-dev pkgconf python3"
     [format]="clang-format"
     [lint]="clang-tidy"
+    [docs]="doxygen"
+    [valgrind]="valgrind"
 )
 
 as_root() {
@@ -63,12 +67,13 @@ steady() {
     fi
 }
 
-# build PRESET [CMAKE ARGUMENT...]: configures and builds into build/PRESET.
+# build PRESET FOLDER [CMAKE ARGUMENT...]: configures and builds into build/FOLDER.
 build() {
-    local preset=$1
-    shift
-    quietly cmake --preset "$preset" -G Ninja "$@"
-    quietly steady cmake --build "build/$preset"
+    local preset=$1 folder=build/$2
+    shift 2
+    echo "Building $folder"
+    quietly cmake --preset "$preset" -B "$folder" -G Ninja "$@"
+    quietly steady cmake --build "$folder"
 }
 
 # usage: prints the comment at the head of the script that runs.

@@ -99,7 +99,7 @@ void ListFolder(std::wstring const& folder, int depth, Totals& totals,
         if (IsDots(name)) {
             continue;
         }
-        std::wstring const path = folder + L"/" + name;
+        std::wstring const path = std::wstring(folder).append(L"/").append(name);
         std::string const bytes = info->isDirectory ? "" : FirstBytes(path);
         bool const library = IsSharedObject(name, bytes);
         wchar_t const* const kind = info->isDirectory ? L"folder" : library ? L"library" : L"file";
@@ -133,7 +133,7 @@ void SearchFolder(std::string const& folder, int depth, Totals& totals) {
         ++totals.entries;
         totals.bytes += data.size;
         if (depth < kMaxDepth) {
-            SearchFolder(folder + "/" + name, depth + 1, totals);
+            SearchFolder(std::string(folder).append("/").append(name), depth + 1, totals);
         }
     } while (_findnext(search, &data) == 0);
     _findclose(search);

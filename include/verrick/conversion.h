@@ -1,4 +1,5 @@
-/*
+/**
+ * @file
  * The border between the library's wide text and the narrow text of files and of the system:
  * conversion and line input. All of them are flat calls; this header adds nothing to them.
  */

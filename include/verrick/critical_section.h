@@ -1,4 +1,5 @@
-/*
+/**
+ * @file
  * A mutex and its scoped lock: pthread_mutex_lock and pthread_mutex_unlock on an error-checking
  * mutex. Plain classes without virtual operations.
  *
@@ -12,20 +13,20 @@
 
 #include <pthread.h>
 
-/*
+/**
  * Every operation may be called from any thread. The owner destroys a section when no thread is
  * inside it or on its way in.
  */
 class VERRICK_API DCriticalSection {
 public:
-    /* Makes a free section. A failure of the POSIX calls is not reported. */
+    /** Makes a free section. A failure of the POSIX calls is not reported. */
     DCriticalSection();
     ~DCriticalSection();
 
-    /* Waits for ever until the section is free and takes it. Does nothing if the caller has it. */
+    /** Waits for ever until the section is free and takes it. Does nothing if the caller has it. */
     void Enter();
 
-    /* Frees the section. Does nothing if the caller doesn't have it. */
+    /** Frees the section. Does nothing if the caller doesn't have it. */
     void Leave();
 
     DCriticalSection(DCriticalSection const&) = delete;
@@ -36,10 +37,10 @@ private:
     pthread_mutex_t m_mutex;
 };
 
-/* Holds a critical section for a scope, and leaves it on every way out, an exception included. */
+/** Holds a critical section for a scope, and leaves it on every way out, an exception included. */
 class VERRICK_API DMonitor {
 public:
-    /* Enters the section, which the monitor doesn't own and which must outlive it. */
+    /** Enters the section, which the monitor doesn't own and which must outlive it. */
     explicit DMonitor(DCriticalSection& section);
     ~DMonitor();
 

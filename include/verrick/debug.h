@@ -1,4 +1,5 @@
-/*
+/**
+ * @file
  * The entry points of debug output: DbgMsg and OutputDebugString. They produce none, so that a
  * program that calls them keeps working.
  */

@@ -1,4 +1,5 @@
-/*
+/**
+ * @file
  * Events: flags that threads wait on, over a condition variable.
  *
  * An auto-reset event lets one waiter through for each signal; it doesn't count, so two signals
@@ -15,24 +16,24 @@
 #include <atomic>
 #include <pthread.h>
 
-/* Every operation may be called from any thread. */
+/** The interface of events. Every operation may be called from any thread. */
 class VERRICK_API IEvent {
 public:
     IEvent();
 
-    /*
+    /**
      * Wakes every thread blocked in Wait, each with WAIT_RESULT_OK, and returns when they have
      * left. Only blocked waiters may stay: all other use has ended before.
      */
     virtual ~IEvent();
 
-    /* Signals the event, as SetEvent does. */
+    /** Signals the event, as SetEvent does. */
     virtual void Signal() = 0;
 
-    /* Makes the event unsignalled, as ResetEvent does. */
+    /** Makes the event unsignalled, as ResetEvent does. */
     virtual void Reset() = 0;
 
-    /*
+    /**
      * Waits until the event is signalled, at most timeoutMs milliseconds, -1 for ever; an
      * auto-reset event is unsignalled afterwards.
      *
@@ -46,9 +47,10 @@ public:
     IEvent& operator=(IEvent const&) = delete;
 };
 
+/** An event, as an application creates it. */
 class VERRICK_API DEvent : public IEvent {
 public:
-    /* DEvent(false, false) is an unsignalled manual-reset event. Throws std::bad_alloc. */
+    /** DEvent(false, false) is an unsignalled manual-reset event. Throws std::bad_alloc. */
     DEvent(bool initialState, bool autoReset);
     ~DEvent() override;
 
@@ -60,9 +62,10 @@ private:
     IEvent* m_impl; /* owned; constant after construction */
 };
 
-/* The work behind DEvent. */
+/** The work behind DEvent. */
 class VERRICK_API DEventImpl : public IEvent {
 public:
+    /** As DEvent. */
     DEventImpl(bool initialState, bool autoReset);
     ~DEventImpl() override;
 

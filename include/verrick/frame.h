@@ -1,4 +1,5 @@
-/*
+/**
+ * @file
  * What every family of the object layer has in common.
  *
  * A service is a family of three classes: a pure interface I<X>, a facade D<X> that an application
@@ -16,11 +17,11 @@
 #include <verrick/detail/api.h>
 #include <verrick/flat/frame.h>
 
-/* The result of every wait of the object layer. */
+/** The result of every wait of the object layer. */
 enum wait_result_t {
-    WAIT_RESULT_OK = 0,      /* the object was had */
-    WAIT_RESULT_TIMEOUT = 1, /* the time ran out first */
-    WAIT_RESULT_FAILED = 2   /* anything else, an object under destruction among it */
+    WAIT_RESULT_OK = 0,      /**< the object was had */
+    WAIT_RESULT_TIMEOUT = 1, /**< the time ran out first */
+    WAIT_RESULT_FAILED = 2   /**< anything else, an object under destruction among it */
 };
 
 #endif

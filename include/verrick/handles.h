@@ -1,4 +1,5 @@
-/*
+/**
+ * @file
  * The objects behind handles. A HANDLE is the address of an XHandleObject; applications go through
  * the calls of flat/handles.h, and nothing but CloseHandle deletes such an object: the destructors
  * leave the POSIX objects alone.
@@ -21,22 +22,27 @@ namespace verrick {
 struct EventInternals; /* the library's own */
 }
 
+/** The type of an XEvent. */
 constexpr unsigned long XEVENT_TYPE_TAG = 0x56FE23A5UL;
+/** The type of an XSemaphore. */
 constexpr unsigned long XSEMAPHORE_TYPE_TAG = 0x0ADF4EA4UL;
 
+/** What a handle stands for. */
 class VERRICK_API XHandleObject {
 public:
+    /** type is the tag of the derived class. */
     explicit XHandleObject(unsigned long type);
     virtual ~XHandleObject();
 
-    /* As the flat calls of these names. */
+    /** As the flat call of this name. */
     virtual unsigned long WaitForSingleObject(unsigned long timeoutMs) = 0;
+    /** As the flat call of this name, but that the object stays, to be deleted. */
     virtual int CloseHandle() = 0;
 
-    /* The body of SetEvent and of one step of ReleaseSemaphore. Gives 1 on success, else 0. */
+    /** The body of SetEvent and of one step of ReleaseSemaphore. Gives 1 on success, else 0. */
     virtual int SetToSignaledState() = 0;
 
-    /* The object at handle if it has that type, which 0 leaves open; else null. */
+    /** The object at handle if it has that type, which 0 leaves open; else null. */
     static XHandleObject* ObjectFromHandle(void* handle, unsigned long type);
 
     XHandleObject(XHandleObject const&) = delete;
@@ -46,9 +52,10 @@ private:
     unsigned long volatile m_type; /* constant after construction; 0 in a destroyed object */
 };
 
+/** The event behind a handle. */
 class VERRICK_API XEvent : public XHandleObject {
 public:
-    /* The other way about than the arguments of CreateEvent. */
+    /** The other way about than the arguments of CreateEvent. */
     XEvent(int initialState, int manualReset);
     ~XEvent() override;
 
@@ -81,8 +88,10 @@ private:
     pthread_mutexattr_t m_mutexAttr; /* lives as long as the mutex */
 };
 
+/** The semaphore behind a handle. */
 class VERRICK_API XSemaphore : public XHandleObject {
 public:
+    /** As CreateSemaphore. */
     XSemaphore(long initialCount, long maxCount);
     ~XSemaphore() override;
 

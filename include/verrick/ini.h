@@ -1,4 +1,5 @@
-/*
+/**
+ * @file
  * INI files: sections of key=value lines, read and edited in place.
  *
  * The file is the only store. Every operation opens it anew and scans it from its first line; an
@@ -40,13 +41,16 @@
 #include <cstddef>
 #include <cstdio>
 
-/* All operations throw std::bad_alloc, and report everything else by their results. */
+/**
+ * The interface of INI files. All operations throw std::bad_alloc, and report everything else by
+ * their results.
+ */
 class VERRICK_API IIni {
 public:
     IIni();
     virtual ~IIni();
 
-    /*
+    /**
      * Opens a file, which becomes the object's file, and closes the one before. A missing file is
      * created, empty; one that can't be opened is left alone. Gives 1 if the file is open; 0 if
      * not, and for a null name, one of more than 4095 characters and one that can't be converted,
@@ -54,10 +58,10 @@ public:
      */
     virtual int Open(wchar_t const* fileName) = 0;
 
-    /* Closes the file. The next operation opens it again. */
+    /** Closes the file. The next operation opens it again. */
     virtual void Close() = 0;
 
-    /*
+    /**
      * Lists the names of all sections as a multi-string, in the order of the file. size counts the
      * elements of out; a list that doesn't fit is cut.
      *
@@ -66,13 +70,13 @@ public:
      */
     virtual unsigned int GetSectionNames(wchar_t* out, unsigned int size) = 0;
 
-    /* Lists the keys of a section in the same way; an empty list if there is no such section. */
+    /** Lists the keys of a section in the same way; an empty list if there is no such section. */
     virtual unsigned int GetKeyNames(wchar_t const* section, wchar_t* out, unsigned int size) = 0;
 
-    /* Lists the keys of a section with their values, each as key=value. */
+    /** Lists the keys of a section with their values, each as key=value. */
     virtual unsigned int GetSection(wchar_t const* section, wchar_t* out, unsigned int size) = 0;
 
-    /*
+    /**
      * Writes a section whole: its header and each string of the multi-string as a line of its own,
      * of at most 2047 bytes, comments for instance. Everything that stood in the section is lost. A
      * section that isn't there is added at the end of the file, behind a blank line. Null deletes
@@ -82,7 +86,7 @@ public:
      */
     virtual int PutSection(wchar_t const* section, wchar_t const* lines) = 0;
 
-    /*
+    /**
      * Copies the value of a key to out, or defaultValue if there is no such section or key (null
      * stands for the empty string), cut to size - 1 characters.
      *
@@ -93,7 +97,7 @@ public:
                                      wchar_t const* defaultValue, wchar_t* out,
                                      unsigned int size) = 0;
 
-    /*
+    /**
      * Writes a key, in place of the line that it has or behind the last line of its section; a
      * section that isn't there is added at the end of the file. Null deletes the key, with the
      * comment lines directly above it and the lines without a key below it.
@@ -106,9 +110,10 @@ public:
     IIni& operator=(IIni const&) = delete;
 };
 
+/** An INI file, as an application creates it. */
 class VERRICK_API DIni : public IIni {
 public:
-    /* Opens a file as Open does, unless the name is null. */
+    /** Opens a file as Open does, unless the name is null. */
     explicit DIni(wchar_t const* fileName);
     ~DIni() override;
 
@@ -126,9 +131,10 @@ private:
     IIni* m_impl; /* owned; constant after construction */
 };
 
-/* The work behind DIni. */
+/** The work behind DIni. */
 class VERRICK_API DIniImpl : public IIni {
 public:
+    /** As DIni. */
     explicit DIniImpl(wchar_t const* fileName);
     ~DIniImpl() override;
 

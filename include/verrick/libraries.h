@@ -1,4 +1,5 @@
-/*
+/**
+ * @file
  * Shared objects at run time: dlopen, dlsym and dlclose. LoadLibrary, GetProcAddress and
  * FreeLibrary are the same in flat calls, with a DDynamicLibrary behind the handle.
  *
@@ -19,14 +20,15 @@
 
 #include <atomic>
 
+/** The interface of loaded shared objects. */
 class VERRICK_API IDynamicLibrary {
 public:
     IDynamicLibrary();
 
-    /* Unloads. */
+    /** Unloads. */
     virtual ~IDynamicLibrary();
 
-    /*
+    /**
      * Unloads what is loaded, then loads the library of that name. Gives whether a library is
      * loaded afterwards.
      *
@@ -36,12 +38,15 @@ public:
      */
     virtual bool Load(wchar_t const* libraryName) = 0;
 
-    /* Unloads. A refusal of the loader is told on standard output, and the library stays loaded. */
+    /**
+     * Unloads. A refusal of the loader is told on standard output, and the library stays loaded.
+     */
     virtual void Unload() = 0;
 
+    /** Whether a library is loaded. */
     virtual bool IsLoaded() = 0;
 
-    /*
+    /**
      * The address of a symbol, good until the library is unloaded; null if there is none, if no
      * library is loaded, and for a name that is null, too long or can't be converted.
      */
@@ -51,9 +56,10 @@ public:
     IDynamicLibrary& operator=(IDynamicLibrary const&) = delete;
 };
 
+/** A shared object, as an application creates it; its destructor unloads. */
 class VERRICK_API DDynamicLibrary : public IDynamicLibrary {
 public:
-    /* Loads the library of that name, none for null; IsLoaded tells. Throws std::bad_alloc. */
+    /** Loads the library of that name, none for null; IsLoaded tells. Throws std::bad_alloc. */
     explicit DDynamicLibrary(wchar_t const* libraryName);
     ~DDynamicLibrary() override;
 
@@ -66,9 +72,10 @@ private:
     IDynamicLibrary* m_impl; /* owned; constant after construction */
 };
 
-/* The work behind DDynamicLibrary. */
+/** The work behind DDynamicLibrary. */
 class VERRICK_API DDynamicLibraryImpl : public IDynamicLibrary {
 public:
+    /** As DDynamicLibrary. */
     explicit DDynamicLibraryImpl(wchar_t const* libraryName);
     ~DDynamicLibraryImpl() override;
 

@@ -1,4 +1,5 @@
-/*
+/**
+ * @file
  * Names of files in wide text. Nothing here looks at the file system but for the current directory,
  * which belongs to the process: a change of it on another thread shows in these calls.
  *
@@ -10,7 +11,7 @@
 
 #include <verrick/detail/api.h>
 
-/*
+/**
  * Stores the current directory, as getcwd gives it, in buffer, which has room for size wide
  * characters. Gives its length without the terminator; 0 if it doesn't fit with its terminator,
  * can't be had or can't be converted, and then buffer is as it was. A directory is never cut. Safe
@@ -18,7 +19,7 @@
  */
 VERRICK_API unsigned int GetCurrentDir(wchar_t* buffer, unsigned int size);
 
-/*
+/**
  * Stores name as an absolute name in buffer, which has room for size wide characters: white space
  * at the front removed, backslashes turned into slashes, and the current directory and a slash
  * ahead of a name that doesn't begin with a slash. The name needn't exist; its "." and ".." stay.

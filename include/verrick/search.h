@@ -1,4 +1,5 @@
-/*
+/**
+ * @file
  * Wildcard search of a directory in narrow text: _findfirst, _findnext, _findclose and their
  * matcher WildCardMatch. DDirList (listing.h) does the like in wide text, with a matcher of its own
  * and other rules; the two share nothing.
@@ -11,7 +12,7 @@
 
 #include <dirent.h>
 
-/*
+/**
  * One search. Its address is the handle that _findfirst gives; applications see no more of it. The
  * search owns the stream.
  *
@@ -22,16 +23,17 @@
  */
 class VERRICK_API xDirStruct {
 public:
+    /** Begins without a directory. */
     xDirStruct();
 
     xDirStruct(xDirStruct const&) = delete;
     xDirStruct& operator=(xDirStruct const&) = delete;
 
-    DIR* m_dir;
-    char m_path[4096];
-    char m_fullName[4096]; /* also holds the search text for a moment */
-    char* m_pattern;
-    unsigned int m_prefixLength;
+    DIR* m_dir;                  /**< owned; null while no directory is open */
+    char m_path[4096];           /**< the directory */
+    char m_fullName[4096];       /**< also holds the search text for a moment */
+    char* m_pattern;             /**< in m_path, behind the directory */
+    unsigned int m_prefixLength; /**< bytes of m_fullName that stay from entry to entry */
 };
 
 #endif

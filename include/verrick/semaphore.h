@@ -1,4 +1,5 @@
-/*
+/**
+ * @file
  * Counting semaphores with a maximum and an optional name, over sem_t.
  *
  * Objects of one process that are made under one name share one semaphore, which lives until the
@@ -18,24 +19,24 @@
 #include <semaphore.h>
 #include <wchar.h>
 
-/*
- * Every operation may be called from any thread. The owner destroys a semaphore object when no
- * thread is inside an operation: nobody who is blocked in it is woken. Other objects of its name
- * are not affected.
+/**
+ * The interface of semaphores. Every operation may be called from any thread. The owner destroys a
+ * semaphore object when no thread is inside an operation: nobody who is blocked in it is woken.
+ * Other objects of its name are not affected.
  */
 class VERRICK_API ISemaphore {
 public:
     ISemaphore();
     virtual ~ISemaphore();
 
-    /*
+    /**
      * Raises the count by count, or by as much as fits under the maximum, and wakes as many
      * waiters. What didn't fit is dropped. The maximum can be missed by one while other threads
      * wait or release.
      */
     virtual void Release(unsigned int count) = 0;
 
-    /*
+    /**
      * Takes one count within timeoutMs milliseconds, -1 for ever.
      *
      * Gives WAIT_RESULT_OK with the count, WAIT_RESULT_TIMEOUT when the time ran out, and
@@ -48,9 +49,10 @@ public:
     ISemaphore& operator=(ISemaphore const&) = delete;
 };
 
+/** A semaphore, as an application creates it. */
 class VERRICK_API DSemaphore : public ISemaphore {
 public:
-    /*
+    /**
      * Makes a semaphore, or shares the one of that name as it is: its counts stay. name is copied.
      * initialCount may be above maxCount. A maximum above INT_MAX counts as negative, so that
      * nothing is ever released; a count that sem_init refuses is not reported. Throws
@@ -68,9 +70,10 @@ private:
 
 class CSemaphoreNode;
 
-/* The work behind DSemaphore. */
+/** The work behind DSemaphore. */
 class VERRICK_API DSemaphoreImpl : public ISemaphore {
 public:
+    /** As DSemaphore. */
     DSemaphoreImpl(unsigned int initialCount, unsigned int maxCount, wchar_t const* name);
     ~DSemaphoreImpl() override;
 
@@ -81,16 +84,16 @@ private:
     CSemaphoreNode* m_node; /* one reference on it; constant after construction */
 };
 
-/* One semaphore, shared by its owners. */
+/** One semaphore, shared by its owners. */
 class VERRICK_API CSemaphoreNode : public DListItem {
 public:
-    /* Starts with one reference. A null name makes a node that no list holds. */
+    /** Starts with one reference. A null name makes a node that no list holds. */
     CSemaphoreNode(unsigned int initialCount, unsigned int maxCount, wchar_t const* name);
 
-    /* Adds a reference to a named node; the caller holds the registry's lock. */
+    /** Adds a reference to a named node; the caller holds the registry's lock. */
     void AddRef();
 
-    /* Gives back one reference; the last one takes the node off the registry and deletes it. */
+    /** Gives back one reference; the last one takes the node off the registry and deletes it. */
     void Release();
 
     ~CSemaphoreNode();
@@ -113,13 +116,13 @@ private:
     DInterlockedValue m_refCount; /* changes under the registry's lock, if the node has a name */
 };
 
-/* The registry of named nodes, newest first. */
+/** The registry of named nodes, newest first. */
 class VERRICK_API CSemaphoreList : public DList {
 public:
     CSemaphoreList();
     ~CSemaphoreList();
 
-    /*
+    /**
      * Gives the node of that name with one new reference for the caller, or makes one. Throws
      * std::bad_alloc.
      */

@@ -1,4 +1,5 @@
-/*
+/**
+ * @file
  * Wide string calls under the names that the Win32 runtime has for such work. All of them are flat
  * calls; this header adds nothing to them.
  */

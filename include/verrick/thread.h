@@ -1,4 +1,5 @@
-/*
+/**
+ * @file
  * Threads with a two-step start, over one POSIX thread each.
  *
  * A class derives from DThread and supplies Run. The POSIX thread is created first, usually inside
@@ -29,15 +30,16 @@ namespace verrick {
 class ThreadControl;
 }
 
+/** The interface of threads. */
 class VERRICK_API IThread {
 public:
     IThread();
     virtual ~IThread();
 
-    /* Lets the parked thread into Run. Does nothing without a thread, or a second time. */
+    /** Lets the parked thread into Run. Does nothing without a thread, or a second time. */
     virtual void Start() = 0;
 
-    /*
+    /**
      * Gives the thread a real-time priority from 1 to 99 under its present policy, as
      * pthread_setschedparam does, also while it is parked. Gives the priority, whether or not the
      * system granted it; -1, with nothing changed, for any other value, without a thread, and once
@@ -45,22 +47,22 @@ public:
      */
     virtual int SetPriority(int priority) = 0;
 
-    /* The priority last asked for, whether or not it is in force. */
+    /** The priority last asked for, whether or not it is in force. */
     virtual int GetPriority() = 0;
 
-    /*
+    /**
      * Names the thread: 24 characters here, of which the system's tools show the first 15. Null
      * means "UNKNOWN". Does nothing without a thread. Not to overlap with GetName's reader.
      */
     virtual void SetName(char const* name) = 0;
 
-    /* The name, owned by the object and valid while it lives. */
+    /** The name, owned by the object and valid while it lives. */
     virtual char const* GetName() = 0;
 
-    /* The kernel's id of the thread, as gettid gives it; -1 while there is no thread. */
+    /** The kernel's id of the thread, as gettid gives it; -1 while there is no thread. */
     virtual int GetThreadId() = 0;
 
-    /*
+    /**
      * Joins the started thread, as pthread_timedjoin_np does, within timeoutMs milliseconds, -1
      * for ever. One caller joins; others wait beside it, and are released when it comes back.
      *
@@ -71,10 +73,10 @@ public:
      */
     virtual int WaitForThreadDeath(int timeoutMs) = 0;
 
-    /* The body of the thread, called by it once, after Start. */
+    /** The body of the thread, called by it once, after Start. */
     virtual void Run() = 0;
 
-    /*
+    /**
      * Gives the thread up. A parked thread ends without Run before Kill returns. A started thread
      * is detached, with a line on standard output, and runs on; a joined one is only forgotten.
      */
@@ -84,13 +86,17 @@ public:
     IThread& operator=(IThread const&) = delete;
 };
 
+/** A thread, as an application derives from it. */
 class VERRICK_API DThread : public IThread {
 public:
-    /*
-     * name: cut to 24 characters; null gives "UNKNOWN".
-     * priority: under SCHED_RR, 1 to 99; any other value leaves the inherited scheduling.
-     * stackSize: bytes; up to 8196 asks for 8196. A size that the system refuses gives its default.
-     * flags: bit 0 set creates no thread yet, see Create. Other bits have no effect.
+    /**
+     * Creates the POSIX thread, parked.
+     *
+     * @param name cut to 24 characters; null gives "UNKNOWN".
+     * @param priority under SCHED_RR, 1 to 99; any other value leaves the inherited scheduling.
+     * @param stackSize bytes; up to 8196 asks for 8196. A size that the system refuses gives its
+     * default.
+     * @param flags bit 0 set creates no thread yet, see Create. Other bits have no effect.
      *
      * A thread that can't be created is reported by a line on standard output, and the object has
      * none. Throws std::bad_alloc.
@@ -98,7 +104,7 @@ public:
     DThread(char const* name, int priority, int stackSize, int flags);
     ~DThread() override;
 
-    /*
+    /**
      * Creates the POSIX thread of an object that was built without one, parked; flags is ignored.
      * Gives false, printing nothing, when the system refuses or the object has or had a thread.
      */
@@ -121,12 +127,14 @@ private:
     DThreadImpl* m_impl; /* owned */
 };
 
-/* The work behind DThread. */
+/** The work behind DThread. */
 class VERRICK_API DThreadImpl : public IThread {
 public:
+    /** As DThread, with the facade that owns it. */
     DThreadImpl(char const* name, int priority, int stackSize, int flags, DThread* owner);
     ~DThreadImpl() override;
 
+    /** As DThread::Create. */
     static bool Create(DThread* thread, int priority, int stackSize, int flags);
 
     void Start() override;
@@ -139,8 +147,9 @@ public:
     void Run() override;
     void Kill() override;
 
-    /* The entry of the POSIX thread, and its first steps up to Run. */
+    /** The entry of the POSIX thread. */
     static void* ThreadMain(void* arg);
+    /** Its first steps, up to Run. */
     void PreRun();
 
 private:

@@ -1,4 +1,5 @@
-/*
+/**
+ * @file
  * The timer service: relative and absolute timers, one-shot or repeating, on a soft tick, delivered
  * to listeners on a thread of their own. One service a process, behind DTimeManager::GetInstance.
  *
@@ -23,16 +24,17 @@
 
 #include <atomic>
 
-/* Flags of CreateRelativeTimer. */
-constexpr unsigned int TIMER_INACTIVE = 1; /* not armed until Activate */
-constexpr unsigned int TIMER_REPEAT = 2;   /* armed again at each expiry */
+/** A flag of CreateRelativeTimer: not armed until Activate. */
+constexpr unsigned int TIMER_INACTIVE = 1;
+/** A flag of CreateRelativeTimer: armed again at each expiry. */
+constexpr unsigned int TIMER_REPEAT = 2;
 
-/* What an application supplies. The service never deletes it. */
+/** What an application supplies. The service never deletes it. */
 class ITimerListener {
 public:
     virtual ~ITimerListener() {}
 
-    /*
+    /**
      * Called on the dispatch thread for each expiry, first in, first out over all timers, with no
      * lock held. A slow listener delays the others but never the tick. A call can still be under
      * way when Destroy for its timer has returned on another thread.
@@ -40,12 +42,13 @@ public:
     virtual void OnTimerExpired(unsigned int id) = 0;
 };
 
+/** The interface of the timer service. */
 class VERRICK_API ITimeManager {
 public:
     ITimeManager();
     virtual ~ITimeManager();
 
-    /*
+    /**
      * Makes a timer that expires periodMs milliseconds from now, or from Activate where timerFlags
      * has TIMER_INACTIVE, and every periodMs after that with TIMER_REPEAT. reserved is ignored.
      * Gives false if the pair exists, also as a timer that has fired, and for TIMER_REPEAT with a
@@ -54,7 +57,7 @@ public:
     virtual bool CreateRelativeTimer(ITimerListener* listener, unsigned int id, int periodMs,
                                      int reserved, unsigned int timerFlags) = 0;
 
-    /*
+    /**
      * Makes an inactive one-shot timer for the calendar time when, in seconds as time gives it. The
      * distance from now is taken once, here, and without its sign: a time N seconds ago sets the
      * timer N seconds ahead. reserved is ignored. Gives false if the pair exists. Throws
@@ -63,43 +66,44 @@ public:
     virtual bool CreateAbsoluteTimer(ITimerListener* listener, unsigned int id, long when,
                                      int reserved) = 0;
 
-    /*
+    /**
      * Removes the timer and its undelivered expiries, but doesn't wait for a delivery under way.
      * Gives false if there is no such timer.
      */
     virtual bool Destroy(ITimerListener* listener, unsigned int id) = 0;
 
-    /*
+    /**
      * Arms an inactive timer: a relative one for its full period from now, an absolute one for its
      * own time, which may be over. Gives false if the timer is active or doesn't exist.
      */
     virtual bool Activate(ITimerListener* listener, unsigned int id) = 0;
 
-    /* Disarms an active timer; an expiry already queued is delivered. False if it isn't active. */
+    /** Disarms an active timer; an expiry already queued is delivered. False if it isn't active. */
     virtual bool Deactivate(ITimerListener* listener, unsigned int id) = 0;
 
-    /* Sleeps ms milliseconds, as the flat Sleep does. */
+    /** Sleeps ms milliseconds, as the flat Sleep does. */
     virtual void Sleep(int ms) = 0;
 
-    /* Milliseconds on the service's clock. */
+    /** Milliseconds on the service's clock. */
     virtual unsigned int GetTickCount() = 0;
 
-    /* Milliseconds from tick to tick. */
+    /** Milliseconds from tick to tick. */
     virtual unsigned int GetResolution() = 0;
 
     ITimeManager(ITimeManager const&) = delete;
     ITimeManager& operator=(ITimeManager const&) = delete;
 };
 
+/** The timer service of the process. */
 class VERRICK_API DTimeManager : public ITimeManager {
 public:
-    /*
+    /**
      * The process's timer service, built by the first call; priority, 1 to 99, is that of its tick
      * thread under SCHED_RR, and counts in that call alone. Safe from any thread.
      */
     static DTimeManager* GetInstance(int priority);
 
-    /*
+    /**
      * Ends the service, for all who hold it: timers and undelivered expiries are dropped. When it
      * returns, both threads have left the service, which takes a tick at most, or as long as the
      * listener call under way; it prints a line for each thread. Called from a listener it doesn't
@@ -108,7 +112,7 @@ public:
      */
     static void DestroyInstance();
 
-    /* For GetInstance alone. */
+    /** For GetInstance alone. */
     explicit DTimeManager(int priority);
     ~DTimeManager() override;
 
@@ -130,25 +134,25 @@ private:
     static DCriticalSection m_csTimeManagerCreate;      /* serialises GetInstance */
 };
 
-/*
+/**
  * The thread that calls the listeners. The engine queues each expiry in an entry of a fixed pool;
  * when all 256 are taken, an expiry is dropped.
  */
 class VERRICK_API DTimerDispatch : public DThread {
 public:
-    /* The thread is created parked; the owner calls Start. */
+    /** The thread is created parked; the owner calls Start. */
     DTimerDispatch();
 
-    /* Drops what is queued, and returns when the thread has left the object, see DTimeManager. */
+    /** Drops what is queued, and returns when the thread has left the object, see DTimeManager. */
     ~DTimerDispatch() override;
 
-    /* Queues an expiry. Allocates nothing. */
+    /** Queues an expiry. Allocates nothing. */
     void Enqueue(ITimerListener* listener, unsigned int id);
 
-    /* Removes all queued expiries of one timer. Doesn't wait for a delivery under way. */
+    /** Removes all queued expiries of one timer. Doesn't wait for a delivery under way. */
     void FlushQueue(ITimerListener* listener, unsigned int id);
 
-    /* The thread's own; not for applications. */
+    /** The thread's own; not for applications. */
     void Run() override;
 
 private:
@@ -169,7 +173,7 @@ private:
     TimerListItem* m_pool;          /* owned */
 };
 
-/*
+/**
  * The work behind DTimeManager, and the thread of the tick.
  *
  * Lock order: m_csActive, m_csInactive, m_csTicks; and m_csActive, the dispatcher's m_csQueue. No
@@ -177,6 +181,7 @@ private:
  */
 class VERRICK_API DTimeManagerImpl : public ITimeManager, public DThread {
 public:
+    /** As DTimeManager: builds the service, and starts its threads. */
     explicit DTimeManagerImpl(int priority);
     ~DTimeManagerImpl() override;
 
@@ -191,7 +196,7 @@ public:
     unsigned int GetTickCount() override;
     unsigned int GetResolution() override;
 
-    /* The thread's own; not for applications. */
+    /** The thread's own; not for applications. */
     void Run() override;
 
 private:

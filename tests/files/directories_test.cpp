@@ -83,8 +83,7 @@ DFileInfo ExpectFirst(std::string const& text, bool found, bool listed, unsigned
     EXPECT_EQ(DDirList().FindFirst(Wide(text).c_str(), &info), listed) << text;
     EXPECT_EQ(data.size, found ? size : 4) << text;
     EXPECT_EQ(info.size, listed ? size : 4) << text;
-    EXPECT_TRUE(data.writeTime == info.time || found != listed);
-    EXPECT_EQ(data.attributes, 7u);
+    EXPECT_TRUE(data.attributes == 7 && (data.writeTime == info.time || found != listed));
     return info;
 }
 
@@ -111,7 +110,8 @@ TEST(Directories, AreFoundAsDeepAsTheirNamesFit) {
         fs::current_path(scratch.path);
         for (std::size_t left = bytes - scratch.path.size(); left > 0;) {
             std::string const name(left > 202 ? 200 : left > 201 ? 100 : left - 1, 'd');
-            ASSERT_EQ(mkdir(name.c_str(), 0700) & chdir(name.c_str()), 0);
+            mkdir(name.c_str(), 0700);
+            ASSERT_EQ(chdir(name.c_str()), 0);
             left -= name.size() + 1;
         }
         WriteFile("abc.c", "text");
@@ -150,9 +150,7 @@ TEST(Directories, SpeakTheLanguageOfTheLocale) {
 
     ASSERT_NE(std::setlocale(LC_ALL, "C.UTF-8"), nullptr);
     EXPECT_EQ(Find("../" + kForeign + "/?*"), (Found{{L".", kWideForeign}, {L".", kWideForeign}}));
-    WriteFile("ab\xFF"
-              "c",
-              "text");
+    WriteFile("ab\xFFz", "text");
     std::wmemset(info.name, L'?', 4096);
     EXPECT_TRUE(list.FindFirst(L"ab*", &info));
     EXPECT_STREQ(info.name, L"ab") << "ends at the fault";

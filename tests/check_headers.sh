@@ -1,0 +1,25 @@
+#!/bin/sh
+# Usage: check_headers.sh CXX CC INCLUDE
+# Compiles each public header alone, free of warnings: as C++11, 14, 17 and 20, and those for C as
+# C99 and C11 too. CXX and CC may carry arguments.
+set -eu
+cd "$3"
+status=0
+# The compilers and their options are lists of words.
+check() {
+    for header in $headers; do
+        printf '#include <%s>\ntypedef int unit;\n' "$header" | $compiler "-std=$standard" -x "$language" -I. \
+            -fsyntax-only -Wall -Wextra -Wpedantic -Werror - || {
+            echo "$header as $standard with $compiler"
+            status=1
+        }
+    done
+}
+compiler=$1 language=c++
+headers=$(find verrick -name '*.h')
+[ -n "$headers" ]
+for standard in c++11 c++14 c++17 c++20; do check; done
+compiler=$2 language=c
+headers=$(find verrick/flat verrick/flat.h verrick/detail -name '*.h')
+for standard in c99 c11; do check; done
+exit $status

@@ -1,0 +1,37 @@
+#!/bin/sh
+# Usage: run.sh README [PREFIX]
+# Builds and runs programs against an installed library: the README's first program through
+# find_package, objects.cpp and flat.c through pkg-config. Without PREFIX the library is where the
+# system finds it by itself.
+#
+# CC, CXX, CFLAGS, CXXFLAGS and EMULATOR (a command that runs the target's programs) may be set.
+set -eu
+: "${CC:=cc}" "${CXX:=c++}" "${CFLAGS:=}" "${CXXFLAGS:=}" "${EMULATOR:=}"
+export CC CXX CFLAGS CXXFLAGS
+warnings="-Wall -Wextra -Wpedantic -Werror"
+source=$(cd "$(dirname "$0")" && pwd)
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+sed -n '/^```cpp/,/^```/{/^```/!p}' "$1" >"$work/first.cpp"
+cp "$source/CMakeLists.txt" "$work"
+cd "$work"
+
+rpath=
+if [ -n "${2:-}" ]; then
+    config=$(find "$2" -name verrick.pc)
+    export PKG_CONFIG_LIBDIR="${config%/*}" CMAKE_PREFIX_PATH="$2"
+    rpath=-Wl,-rpath,$(pkg-config --variable=libdir verrick)
+fi
+
+cmake -S . -B build >log 2>&1 && cmake --build build >>log 2>&1 || { cat log; exit 1; }
+$EMULATOR build/first >out
+[ "$(grep -c '^timer 1 expired$' out)" -ge 5 ] || { echo "the README's program printed:"; cat out; exit 1; }
+echo "the README's program works through find_package"
+
+# The options are lists of words.
+flags=$(pkg-config --cflags verrick)
+libs=$(pkg-config --libs verrick)
+$CXX -std=c++11 $warnings $CXXFLAGS $flags "$source/objects.cpp" -o objects $libs $rpath
+$EMULATOR ./objects
+$CC -std=c99 $warnings $CFLAGS $flags "$source/flat.c" -o flat $libs $rpath
+$EMULATOR ./flat
