@@ -9,6 +9,7 @@
 #include <functional>
 #include <thread>
 
+#include "tests/support/asleep.h"
 #include "tests/support/memory.h"
 
 // Takes what can be had, at most 99 counts.
@@ -86,7 +87,7 @@ static unsigned long Interrupted(std::function<unsigned long()> const& wait) {
     action.sa_handler = [](int) {};
     sigaction(SIGUSR1, &action, nullptr);
     std::thread interrupter([self = pthread_self()] {
-        Sleep(100);
+        AwaitOthersAsleep();
         pthread_kill(self, SIGUSR1);
     });
     unsigned long const result = wait();

@@ -10,6 +10,8 @@
 #include <future>
 #include <thread>
 
+#include "tests/support/asleep.h"
+
 // How many of three blocked waiters a call frees, and whether it leaves the event signalled.
 TEST(EventHandle, FreesItsWaitersAsItsKindSaysAndTheRestWhenItIsClosed) {
     auto const setReset = [](HANDLE event) { return SetEvent(event) & ResetEvent(event); };
@@ -32,10 +34,10 @@ TEST(EventHandle, FreesItsWaitersAsItsKindSaysAndTheRestWhenItIsClosed) {
                 ++freed;
             });
         }
-        Sleep(100);
+        AwaitOthersAsleep();
         EXPECT_EQ(freed, 0);
         EXPECT_EQ(each.call(event), 1);
-        Sleep(100);
+        AwaitOthersAsleep();
         EXPECT_EQ(freed, each.freed);
         EXPECT_EQ(WaitForSingleObject(event, 0), each.stateAfterwards);
         EXPECT_EQ(CloseHandle(event), 1);

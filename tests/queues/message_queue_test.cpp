@@ -9,6 +9,7 @@
 #include <string>
 #include <thread>
 
+#include "tests/support/asleep.h"
 #include "tests/support/memory.h"
 
 class MessageQueue : public testing::Test {
@@ -89,7 +90,7 @@ TEST_F(MessageQueue, BlocksUntilTheOtherSideMoves) {
     pthread_t cancelled{};
     ASSERT_EQ(pthread_create(&cancelled, nullptr, wait, queue), 0);
     auto receiver = std::async(std::launch::async, [&] { return Receive(60000); });
-    Sleep(50);
+    AwaitOthersAsleep();
     pthread_cancel(cancelled);
     SetEvent(queue->m_wakeEvent);
     EXPECT_EQ(receiver.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
