@@ -53,8 +53,9 @@ void ThreadControl::ReleaseReference() {
 }
 
 void ThreadControl::PublishId() {
+    int const id = gettid();
     MutexLock lock(m_mutex);
-    m_id.store(gettid(), relaxed);
+    m_id.store(id, relaxed);
     pthread_cond_broadcast(&m_changed);
 }
 

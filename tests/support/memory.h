@@ -3,10 +3,11 @@
 
 // While one of these lives, operator new throws std::bad_alloc on the thread that made it, once the
 // granted number of allocations is used up.
-class MemoryShortage {
-public:
-    explicit MemoryShortage(int granted = 0);
-    ~MemoryShortage();
+struct MemoryShortage {
+    explicit MemoryShortage(int granted = 0) { left = granted; }
+    ~MemoryShortage() { left = -1; }
     MemoryShortage(MemoryShortage const&) = delete;
     MemoryShortage& operator=(MemoryShortage const&) = delete;
+
+    static inline thread_local int left = -1; // negative: no shortage
 };

@@ -1,22 +1,61 @@
-// Places at which the tests step in between the library and the C library.
+// What the tests of threads and timers share: records of what happens on other threads, and places
+// at which the tests step in between the library and the C library.
 #pragma once
 
-#include <atomic>
-#include <functional>
+#include <verrick/time_primitives.h>
 
-class Gate;
+#include <atomic>
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+#include <vector>
+
+// Values noted on one thread and waited for on another.
+template<class T>
+class Recorder {
+public:
+    void Note(T value) {
+        std::lock_guard lock(m_mutex);
+        m_values.push_back(value);
+        m_changed.notify_all();
+    }
+
+    // The values, once there are at least count of them or ten seconds have gone by.
+    std::vector<T> Await(std::size_t count) {
+        std::unique_lock lock(m_mutex);
+        auto const enough = [&] { return m_values.size() >= count; };
+        m_changed.wait_for(lock, std::chrono::seconds(10), enough);
+        return m_values;
+    }
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    std::vector<T> m_values;
+};
+
+// Closed until opened; Pass blocks meanwhile.
+class Gate {
+public:
+    void Open() { m_opened.Note(true); }
+    void Pass() { m_opened.Await(1); }
+
+private:
+    Recorder<bool> m_opened;
+};
 
 // Gates at which a thread of the library's is held up once: before it has touched its object, and
-// inside it, on the way to being parked.
-std::atomic<Gate*>& GateBeforeObject();
-std::atomic<Gate*>& GateInsideObject();
+// inside it, on the way to being parked. The pointers become null, with a notice, when one gets
+// there.
+inline std::atomic<Gate*> g_beforeObject{nullptr};
+inline std::atomic<Gate*> g_insideObject{nullptr};
 
 // While set, the system refuses to create threads.
-std::atomic<bool>& RefuseCreation();
+inline std::atomic<bool> g_refuseCreation{false};
 
 // That many of the next waits without a time-out end at once, as if woken.
-std::atomic<int>& SpuriousWakeUps();
+inline std::atomic<int> g_spuriousWakeUps{0};
 
 // Called once, before the calling thread's next broadcast of a condition variable; behind it the
 // thread pauses, so that those whom it woke queue for the mutex that it holds.
-std::function<void()>& BeforeBroadcast();
+inline thread_local std::function<void()> g_beforeBroadcast;
