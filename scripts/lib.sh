@@ -67,13 +67,18 @@ steady() {
     fi
 }
 
-# build PRESET FOLDER [CMAKE ARGUMENT...]: configures and builds into build/FOLDER.
-build() {
+# configure PRESET FOLDER [CMAKE ARGUMENT...]: configures into build/FOLDER.
+configure() {
     local preset=$1 folder=build/$2
     shift 2
-    echo "Building $folder"
     quietly cmake --preset "$preset" -B "$folder" -G Ninja "$@"
-    quietly steady cmake --build "$folder"
+}
+
+# build PRESET FOLDER [CMAKE ARGUMENT...]: configures and builds into build/FOLDER.
+build() {
+    echo "Building build/$2"
+    configure "$@"
+    quietly steady cmake --build "build/$2"
 }
 
 # usage: prints the comment at the head of the script that runs.
