@@ -91,12 +91,12 @@ DFileInfo ExpectFirst(std::string const& text, bool found, bool listed, unsigned
 TEST(Directories, TellTheStatusOfEachEntry) {
     Scratch scratch;
     WriteFile("large", "x");
-    fs::resize_file("large", 3LL << 30);
     timespec const times[] = {{0, 0}, {-5, 0}};
-    utimensat(AT_FDCWD, "large", times, 0);
-    EXPECT_EQ(ExpectFirst("large", true, true, 3u << 30).time, -5);
-    fs::resize_file("large", 5LL << 30);
-    ExpectFirst("large", true, true, 0xFFFFFFFF);
+    for (auto const& [gigabytes, size] : {std::pair(3, 3u << 30), {5, 0xFFFFFFFF}}) {
+        fs::resize_file("large", std::uintmax_t{1} * gigabytes << 30);
+        utimensat(AT_FDCWD, "large", times, 0);
+        EXPECT_EQ(ExpectFirst("large", true, true, size).time, -5);
+    }
     fs::create_directory_symlink("nowhere", "link");
     EXPECT_EQ(ExpectFirst("link", true, true, 0).time, 0);
     fs::create_directory_symlink(".", "here");
@@ -150,9 +150,7 @@ TEST(Directories, SpeakTheLanguageOfTheLocale) {
 
     ASSERT_NE(std::setlocale(LC_ALL, "C.UTF-8"), nullptr);
     EXPECT_EQ(Find("../" + kForeign + "/?*"), (Found{{L".", kWideForeign}, {L".", kWideForeign}}));
-    WriteFile("ab\xFF"
-              "c",
-              "text");
+    WriteFile(std::string("ab\xFF") + "c", "text");
     std::wmemset(info.name, L'?', 4096);
     EXPECT_TRUE(list.FindFirst(L"ab*", &info));
     EXPECT_STREQ(info.name, L"ab") << "ends at the fault";
