@@ -4,7 +4,6 @@
 
 #include <ctime>
 #include <limits>
-#include <memory>
 #include <new>
 #include <numeric>
 #include <thread>
@@ -47,8 +46,8 @@ TEST(Timers, FireOnTheTickGridNewestFirstAmongEquals) {
     service->CreateRelativeTimer(&listener, 9, 25, 0, TIMER_REPEAT);
     if (service->GetTickCount() == start) {
         Ids ids = listener.noted.Await(6);
-        EXPECT_GE(service->GetTickCount(), start + 90);
         ids.resize(6);
+        EXPECT_GE(service->GetTickCount(), start + 90);
         EXPECT_EQ(ids, (Ids{3, 9, 2, 1, 9, 9}));
     }
 }
@@ -115,7 +114,7 @@ TEST(Timers, TheDispatcherDeliversInOrderFromAFixedPool) {
         }
         dispatch.FlushQueue(&listener, 0); // not what is under way
         dispatch.FlushQueue(&listener, 100);
-        dispatch.Enqueue(&other, 1);
+        dispatch.Enqueue(&other, 1); // into the slot that came free
         dispatch.Enqueue(&other, 2); // dropped again
         gate.Open();
         EXPECT_EQ(other.noted.Await(1), Ids{1});
@@ -165,8 +164,8 @@ TEST(Timers, AListenerMayDestroyTimersEndTheServiceAndBeginAnother) {
             service->CreateRelativeTimer(&second, 7, 10, 0, 0);
         }
     };
-    for (int const id : {1, 2, 3, 4}) {
-        service->CreateRelativeTimer(&first, static_cast<unsigned int>(id), 10 * id, 0, 0);
+    for (unsigned int const id : {1U, 2U, 3U, 4U}) {
+        service->CreateRelativeTimer(&first, id, static_cast<int>(10 * id), 0, 0);
     }
     first.noted.Await(1);
     Sleep(80); // all of them are queued

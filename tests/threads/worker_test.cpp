@@ -40,10 +40,8 @@ TEST(Worker, HandsOverTheNewestBlockAndKeepsItStableDuringTheCallback) {
     EXPECT_EQ(worker.AddCallbackObject(&callback), &callback);
     EXPECT_TRUE(Give(worker, "one, longer"));
     callback.seen.Await(1);
-    EXPECT_TRUE(Give(worker, "two"));
-    EXPECT_TRUE(Give(worker, "three"));
-    EXPECT_FALSE(worker.DoWork(0, nullptr));
-    EXPECT_FALSE(worker.DoWork(-1, nullptr));
+    EXPECT_TRUE(Give(worker, "two") && Give(worker, "three"));
+    EXPECT_FALSE(worker.DoWork(0, nullptr) || worker.DoWork(-1, nullptr));
     gate.Open();
     callback.seen.Await(4);
     Sleep(20);
@@ -84,9 +82,8 @@ TEST(Worker, ACallbackMayUseAndDestroyItsWorker) {
     Callback callback;
     auto worker = std::make_unique<DWorkerThread>("own", 0, 0, 0);
     callback.then = [&](char* data) {
-        if (std::strcmp(data, "again") == 0) {
-            Give(*worker, "last");
-        } else {
+        Give(*worker, "last");
+        if (std::strcmp(data, "last") == 0) {
             worker.reset();
             callback.seen.Note("destroyed");
         }
@@ -101,10 +98,9 @@ TEST(Worker, TakesWorkForLaterAndAWakeUpForNothingNeitherStartsNorCallsAnything)
     Callback callback;
     DWorkerThread worker("late", 0, 0, 1);
     auto const awaitWakeUps = [] {
-        for (int i = 0; i < 5000 && g_spuriousWakeUps > 0; ++i) {
+        while (g_spuriousWakeUps > 0) {
             Sleep(1);
         }
-        EXPECT_LE(g_spuriousWakeUps, 0);
         Sleep(20);
     };
     worker.AddCallbackObject(&callback);
@@ -118,9 +114,8 @@ TEST(Worker, TakesWorkForLaterAndAWakeUpForNothingNeitherStartsNorCallsAnything)
     g_spuriousWakeUps = 3;
     worker.Kill(); // gives the handle up, and the thread works on
     EXPECT_TRUE(Give(worker, "more"));
-    callback.seen.Await(2);
     awaitWakeUps(); // idle
-    EXPECT_EQ(callback.seen.Await(0), (Texts{"early", "more"}));
+    EXPECT_EQ(callback.seen.Await(2), (Texts{"early", "more"}));
 }
 
 } // namespace
