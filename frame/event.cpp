@@ -59,7 +59,8 @@ wait_result_t DEvent::Wait(int timeoutMs) {
 }
 
 DEventImpl::DEventImpl(bool initialState, bool autoReset)
-    : m_autoReset(autoReset), m_signaled(initialState), m_waiters(0), m_destroying(0) {
+    : m_autoReset(autoReset), m_signaled(initialState), m_waiters(0), m_destroying(0),
+      m_signalling(0) {
     pthread_cond_init(&m_cond, nullptr);
     verrick::InitErrorCheckMutex(m_mutex, m_mutexAttr);
 }
@@ -73,7 +74,7 @@ DEventImpl::~DEventImpl() {
         m_destroying.store(1, relaxed);
         pthread_cond_broadcast(&m_cond);
     }
-    while (m_waiters.load(relaxed) > 0) {
+    while (m_waiters.load(relaxed) > 0 || m_signalling.load(std::memory_order_acquire) > 0) {
         ::Sleep(kDrainMs);
     }
     pthread_mutex_lock(&m_mutex);
@@ -84,16 +85,27 @@ DEventImpl::~DEventImpl() {
 
 // With a waiter the state stays clear: the wake-up itself is the signal, and the woken thread finds
 // nothing to consume. Without one there is nobody to call the condition for.
+//
+// A waiter of an auto-reset event is woken once the mutex is free, or it would only wake to wait
+// for the mutex. It may then go on to destroy the event, so the destructor waits for m_signalling.
 void DEventImpl::Signal() {
     if (m_destroying.load(relaxed) != 0) {
         return;
     }
-    verrick::MutexLock lock(m_mutex);
-    bool const awaited = m_waiters.load(relaxed) > 0;
-    m_signaled = !m_autoReset || !awaited;
-    if (awaited) {
-        m_autoReset ? pthread_cond_signal(&m_cond) : pthread_cond_broadcast(&m_cond);
+    {
+        verrick::MutexLock lock(m_mutex);
+        bool const awaited = m_waiters.load(relaxed) > 0;
+        m_signaled = !m_autoReset || !awaited;
+        if (!awaited || !m_autoReset) {
+            if (awaited) {
+                pthread_cond_broadcast(&m_cond);
+            }
+            return;
+        }
+        m_signalling.fetch_add(1, relaxed);
     }
+    pthread_cond_signal(&m_cond);
+    m_signalling.fetch_sub(1, std::memory_order_release);
 }
 
 void DEventImpl::Reset() {

@@ -82,11 +82,13 @@ private:
     bool m_autoReset;                /* constant after construction */
     bool m_signaled;                 /* guarded by m_mutex */
     /*
-     * Both change under m_mutex and are read without it, by the destructor's poll and by the early
-     * tests. They publish nothing, the lock does, so relaxed is enough.
+     * These change under m_mutex, but for the fall of m_signalling, and are read without it, by the
+     * destructor's poll and by the early tests. They publish nothing, the lock does, so relaxed is
+     * enough; only the fall of m_signalling orders itself before the destructor.
      */
     std::atomic<int> m_waiters;    /* threads inside the blocking part of Wait */
     std::atomic<int> m_destroying; /* 0, or 1 from the start of the destructor */
+    std::atomic<int> m_signalling; /* calls of Signal that have yet to let go of the object */
 };
 
 #endif

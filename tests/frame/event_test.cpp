@@ -91,6 +91,16 @@ TEST(Event, ACancelledWaiterDoesNotHoldUpDestruction) {
 }
 #endif
 
+TEST(Event, AWaiterMayDestroyTheEventThatHasJustWokenIt) {
+    for (int i = 0; i < 300; ++i) {
+        auto* const event = new DEvent(false, true);
+        std::thread signaller([event] { event->Signal(); });
+        event->Wait(-1);
+        delete event;
+        signaller.join();
+    }
+}
+
 TEST(Deadline, CarriesAboveTheLastNanosecondAndStaysWithinTheClock) {
     using verrick::DeadlineAfter;
     using verrick::FlatDeadlineAfter;
