@@ -8,16 +8,15 @@
 // Threads announce themselves under the lock before they let go of it to wait, and stay announced
 // until they have it again. The steps that could break the rule keep it as follows:
 //
-// 1. A send or receive sets the event. That leaves it set, or, if it finds waiters, one of them is
-//    on its way out of its wait, woken by this signal, an earlier one, or its time-out.
+// 1. A send or receive sets the event. That leaves it set, or, if it finds waiters, one of them
+//    is on its way out of its wait: this signal woke it, or an earlier one, or its time-out.
 // 2. A thread that comes to wait anew has taken no signal, and nobody counts on it yet. It makes
 //    nobody able to go on, for there is neither room nor a message for its own side.
 // 3. A thread that looks again in vain may have taken a signal. It passes that on, by setting the
 //    event, if an announced thread could go on, which then is one of the other side, and none is
 //    on its way to look; m_looking counts those. Passing on at all times would keep idle waiters
 //    turning.
-// 4. A thread that gives up, by time-out or cancellation, may have taken a signal, and does the
-//    same.
+// 4. A thread that gives up, by time-out or cancellation, may have taken a signal, and does so too.
 //
 // Letting go of the lock and entering the wait are one step as far as the event's other waiters are
 // concerned. Hence a signal that is passed on finds the thread that it is meant for in its wait, or
