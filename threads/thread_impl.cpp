@@ -40,7 +40,7 @@ DThreadImpl::DThreadImpl(char const* name, int priority, int stackSize, int flag
 // Waits for nothing but a thread on its last steps before Run, from which Kill has barred it.
 DThreadImpl::~DThreadImpl() {
     if (m_thread.load(relaxed) != kNoThread) {
-        Kill();
+        DThreadImpl::Kill();
     }
     m_control->BeginClosing();
     m_control->AwaitDeparture();

@@ -22,9 +22,10 @@ unsigned int GetTickCount() {
 }
 
 int Sleep(unsigned int ms) {
+    unsigned int const restUs = ms % kMsPerSecond * kUsPerMs;
     timeval period{};
     period.tv_sec = static_cast<time_t>(ms / kMsPerSecond);
-    period.tv_usec = static_cast<suseconds_t>(ms % kMsPerSecond * kUsPerMs);
+    period.tv_usec = static_cast<suseconds_t>(restUs);
     select(0, nullptr, nullptr, nullptr, &period);
     return 0;
 }

@@ -34,7 +34,7 @@ DTimeManagerImpl::DTimeManagerImpl(int priority)
     std::unique_ptr<void*, decltype(&DTimeManagerImplCallouts__DestroyPeriodicTimer)> timer(
         &m_periodicTimer, &DTimeManagerImplCallouts__DestroyPeriodicTimer);
     m_dispatch = new DTimerDispatch;
-    timer.release();
+    static_cast<void>(timer.release());
     m_dispatch->Start();
     verrick::ThreadControl::Of(*this).KeepVisitInRun();
     DThread::Start();
