@@ -5,6 +5,7 @@
 
 #include <future>
 #include <limits>
+#include <sys/select.h>
 #include <sys/syscall.h>
 #include <thread>
 #include <unistd.h>
@@ -24,6 +25,7 @@ std::future<wait_result_t> BlockIn(IEvent& event, int timeoutMs) {
 }
 
 std::atomic<bool> g_holdWaiters{false};
+thread_local useconds_t t_longerUs = 0;
 
 } // namespace
 
@@ -33,6 +35,11 @@ extern "C" int clock_gettime(clockid_t clock, timespec* now) noexcept {
         usleep(1000);
     }
     return static_cast<int>(syscall(SYS_clock_gettime, clock, now));
+}
+
+// Behind Sleep: a dying event's pauses get longer than the way out of a woken thread can take.
+extern "C" int select(int, fd_set*, fd_set*, fd_set*, timeval* period) {
+    return usleep(static_cast<useconds_t>(period->tv_sec * 1000000 + period->tv_usec) + t_longerUs);
 }
 
 namespace {
@@ -71,7 +78,7 @@ TEST(Event, DestructionFreesItsWaitersAlsoThoseStillOnTheirWayIn) {
     auto blocked = BlockIn(*event, -1);
     g_holdWaiters = true;
     auto holder = BlockIn(*event, 20000); // has the mutex, and no wait under way yet
-    std::thread destroyer([event] { delete event; });
+    std::thread destroyer([event] { t_longerUs = 200000, delete event; });
     Sleep(50);
     auto late = BlockIn(*event, -1); // finds no destruction begun, and waits for the mutex
     g_holdWaiters = false;

@@ -68,7 +68,7 @@ std::wstring Print(int count, std::wstring const& format, Values... values) {
 
 TEST(Printing, TakesAPlainStringConversionForWideWithinItsBounds) {
     EXPECT_EQ(Print(12, L"%s%s|%d|%ls|%.2s", L"ab", L"cd", -1, L"e", "fgh"), L"abcd|-1|e|fg");
-    EXPECT_EQ(Print(6, L"%%s %%%s%%", L"x"), L"%s %x%");
+    EXPECT_EQ(Print(7, L"%%s %%%s%%", L"xy"), L"%s %xy%");
     EXPECT_EQ(Print(511, L"%s", std::wstring(511, L'x').c_str()), std::wstring(511, L'x'));
     Print(-1, L"%s", std::wstring(512, L'x').c_str());
     EXPECT_EQ(Print(2, L"%s%" + std::wstring(4090, L'0') + L"d", L"a", 7), L"a7");
