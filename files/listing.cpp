@@ -20,6 +20,10 @@ std::wint_t Fold(char c) {
     return std::towupper(static_cast<unsigned char>(c));
 }
 
+bool IsSame(char first, char second) {
+    return first == second || Fold(first) == Fold(second);
+}
+
 // Returns false, and stores nothing, if the record has no room for the name.
 bool StoreEntry(DFileInfo& info, DIR* directory, char const* name) {
     if (std::strlen(name) >= std::size(info.name)) {
@@ -168,21 +172,21 @@ int DDirListImpl::WildCardMatch(char const* pattern, char const* name) {
     if (pattern == nullptr || std::strcmp(pattern, "*") == 0) {
         return 1;
     }
-    std::wint_t here = Fold(*name);
     for (; *name != '\0'; ++name) {
-        std::wint_t const next = Fold(name[1]);
         if (*pattern == '*') {
             if (*name == '.') {
                 return 0;
             }
-            std::wint_t const afterStar = Fold(pattern[1]);
-            pattern += afterStar == next ? 1 : afterStar == here ? 2 : 0;
-        } else if (*pattern == '?' || Fold(*pattern) == here) {
+            if (IsSame(pattern[1], name[1])) {
+                pattern += 1;
+            } else if (IsSame(pattern[1], name[0])) {
+                pattern += 2;
+            }
+        } else if (*pattern == '?' || IsSame(*pattern, *name)) {
             ++pattern;
         } else {
             return 0;
         }
-        here = next;
     }
     return *pattern == '\0' || std::strcmp(pattern, "*") == 0 ? 1 : 0;
 }

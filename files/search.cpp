@@ -121,6 +121,10 @@ int Fold(char c) {
     return std::toupper(static_cast<unsigned char>(c));
 }
 
+bool IsSame(char first, char second) {
+    return first == second || Fold(first) == Fold(second);
+}
+
 } // namespace
 
 xDirStruct::xDirStruct() : m_dir(nullptr), m_pattern(nullptr) {
@@ -169,13 +173,12 @@ int WildCardMatch(char const* pattern, char const* name) {
             if (*name == '.') {
                 return 0;
             }
-            int const afterStar = Fold(pattern[1]);
-            if (afterStar == Fold(name[1])) {
+            if (IsSame(pattern[1], name[1])) {
                 pattern += 1;
-            } else if (afterStar == Fold(name[0])) {
+            } else if (IsSame(pattern[1], name[0])) {
                 pattern += 2;
             }
-        } else if (*pattern == '?' || Fold(*pattern) == Fold(*name)) {
+        } else if (*pattern == '?' || IsSame(*pattern, *name)) {
             ++pattern;
         } else {
             return 0;
