@@ -3,51 +3,115 @@
 # Prints the binary interface of a built library, one fact a line, sorted:
 #
 #   soname NAME
+#   symbol NAME                       what the library exports
 #   constant NAME VALUE               a constant of the headers
 #   size CLASS BYTES align BYTES
 #   field CLASS.NAME OFFSET BYTES     of a record whose fields are public
+#   flat NAME TYPE                    a call that the flat headers declare
+#   call NAME TYPE                    another function that an application can call, if not overloaded
 #   slot VTABLE INDEX SYMBOL          a word of a virtual table: operations, in order, and type
 #                                     information
 #
-# records.txt beside this script says which constants, classes and fields; the virtual tables are
-# those that the library exports and those of the interfaces that applications implement. CXX,
-# READELF and EMULATOR (a command that runs the target's programs) are taken from the environment.
+# records.txt beside this script says which constants, classes and fields. The virtual tables are
+# those that the library exports and those of the interfaces that applications implement.
+#
+# A C program must see the same flat calls, constants and records: the script fails if not.
+#
+# The environment holds CXX, CC, READELF and EMULATOR, a command that runs the target's programs.
 set -eu
 export LC_ALL=C
 library=$1 include=$2
 here=$(cd "$(dirname "$0")" && pwd)
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
+sed '/^#/d; /^$/d' "$here/records.txt" >"$work/records"
 
 # No exported class is forgotten.
-grep -rhoE '^class VERRICK_API (VERRICK_[A-Z_]+ )?[A-Za-z]+' "$include" | awk '{print $NF}' | sort >"$work/classes"
-awk '/^(class|record|interface)/ {print $2}' "$here/records.txt" | sort >"$work/listed"
+grep -rh '^class VERRICK_API' "$include" | sed 's/VERRICK_[A-Z_]* *//g' | awk '{print $2}' |
+    sort >"$work/classes"
+awk '{sub(/^flat /, "")} $1 != "constant" {print $2}' "$work/records" | sort >"$work/listed"
 comm -23 "$work/classes" "$work/listed" | sed 's/$/ is missing in records.txt/' >"$work/missing"
 [ ! -s "$work/missing" ] || { cat "$work/missing" >&2; exit 1; }
 
-sed '/^#/d; /^$/d' "$here/records.txt" | awk '
+# The functions that the headers declare, as "flat NAME" or "call NAME". An overloaded one has no
+# single type; a constructor or destructor has none at all.
+find "$include/verrick/flat" -name '*.h' -exec "$here/declarations.sh" {} + >"$work/flat"
+find "$include" -name '*.h' -exec "$here/declarations.sh" {} + >"$work/declared"
+awk '
+    NR == FNR { flat[$2]; next }
+    $1 == "private" { hidden[$2] }
+    {
+        last = split($2, part, "::")
+        if (last == 1 || part[last] != part[last - 1] && part[last] !~ /^~/) ++count[$2]
+    }
+    END {
+        for (name in count)
+            if (count[name] == 1 && !(name in hidden)) print name in flat ? "flat" : "call", name
+    }' "$work/flat" "$work/declared" >"$work/calls"
+
+# A C++ program that prints the facts of the headers.
+awk '
     BEGIN {
         print "#include <verrick/verrick.h>"
         print "#include <cstddef>"
         print "#include <cstdio>"
+        print "#include <cxxabi.h>"
+        print "#include <typeinfo>"
+        # The type information of Type<T> needs none of the library.
+        print "template <class T> struct Type {};"
+        print "template <class T> void PrintCall(char const* name)"
+        print "{ std::printf(\"%s %s\\n\", name, abi::__cxa_demangle(typeid(Type<T>).name(), 0, 0, 0)); }"
     }
-    $1 == "interface" { print "void Emit(" $2 "* x) { x->" $2 "::~" $2 "(); }" }
-    $1 == "constant" {
-        for (i = 2; i <= NF; ++i)
-            body = body "std::printf(\"constant " $i " %ld\\n\", static_cast<long>(" $i "));\n"
+    $1 == "flat" && NF == 2 || $1 == "call" {
+        body = body "PrintCall<decltype(&" $2 ")>(\"" $0 "\");\n"
         next
     }
+    $1 == "flat" { sub(/^flat /, "") }
+    $1 == "constant" {
+        for (i = 2; i <= NF; ++i)
+            body = body "std::printf(\"constant " $i " %lld\\n\", static_cast<long long>(" $i "));\n"
+        next
+    }
+    $1 == "interface" { print "void Emit(" $2 "* x) { x->" $2 "::~" $2 "(); }" }
     {
         body = body "std::printf(\"size " $2 " %zu align %zu\\n\", sizeof(" $2 "), alignof(" $2 "));\n"
         for (i = 3; i <= NF; ++i)
             body = body "std::printf(\"field " $2 "." $i " %zu %zu\\n\", offsetof(" $2 ", " $i \
                    "), sizeof(" $2 "::" $i "));\n"
     }
-    END { print "int main() {\n" body "}" }' >"$work/records.cpp"
-$CXX -std=c++17 -O0 -fPIC -Wno-invalid-offsetof -I"$include" -c "$work/records.cpp" -o "$work/records.o"
-$CXX "$work/records.o" -o "$work/records"
+    END { print "int main() {\n" body "}" }' "$work/records" "$work/calls" >"$work/facts.cpp"
+# Types of protected members are facts too.
+$CXX -std=c++11 -O0 -fPIC -fno-access-control -Wno-invalid-offsetof -I"$include" \
+    -c "$work/facts.cpp" -o "$work/facts.o"
+$CXX "$work/facts.o" -o "$work/facts"
 # An unoptimised object has the tables of the interfaces in it.
-$CXX -shared "$work/records.o" -o "$work/records.so"
+$CXX -shared "$work/facts.o" -o "$work/facts.so"
+# A word list of its own, because the emulator may carry arguments.
+$EMULATOR "$work/facts" | sed 's/ Type<\(.*\)>$/ \1/' >"$work/facts.txt"
+
+# The same facts, asserted in C.
+awk '
+    function check(condition, what) { print "_Static_assert(" condition ", \"" what "\");" }
+    BEGIN {
+        print "#include <verrick/flat.h>"
+        print "#include <stddef.h>"
+        # C++ names a record without its keyword.
+        print "#define _IO_FILE struct _IO_FILE"
+    }
+    NR == FNR && $1 == "flat" { for (i = 3; i <= NF; ++i) in_c[$i] }
+    NR == FNR { next }
+    $1 == "constant" && $2 in in_c { check("(" $2 ") == " $3 "LL", $2) }
+    $1 == "size" && $2 in in_c { check("sizeof(" $2 ") == " $3 " && _Alignof(" $2 ") == " $5, $2) }
+    $1 == "field" && split($2, part, ".") && part[1] in in_c {
+        check("offsetof(" part[1] ", " part[2] ") == " $3, $2)
+        check("sizeof(((" part[1] "*)0)->" part[2] ") == " $4, $2)
+    }
+    $1 == "flat" {
+        name = $2
+        sub(/^flat [^ ]* /, "")
+        check("__builtin_types_compatible_p(__typeof__(&" name "), " $0 ")", name)
+    }' "$work/records" "$work/facts.txt" >"$work/facts.c"
+$CC -std=c11 -fsyntax-only -I"$include" "$work/facts.c"
 
 # slots OBJECT: the words of its virtual tables that the loader fills in. Its relocations name a
 # symbol or, where the library binds to its own, an address; without an addend in the relocation
@@ -101,10 +165,12 @@ slots() {
 
 {
     echo "soname $("$READELF" -d "$library" | sed -n 's/.*(SONAME).*\[\(.*\)\]/\1/p')"
-    # A word list of its own, for the emulator may carry arguments.
-    $EMULATOR "$work/records"
-    "$READELF" -W --dyn-syms "$library" | awk '$7 != "UND" && $8 ~ /^_ZTV/ {print $8}' >"$work/exported"
-    awk '$1 == "interface" {print "_ZTV" length($2) $2}' "$here/records.txt" >>"$work/exported"
-    { slots "$work/records.so" && slots "$library"; } | awk 'NR == FNR {wanted[$1]; next} $2 in wanted' "$work/exported" -
+    "$READELF" -W --dyn-syms "$library" | awk '$7 ~ /^[0-9]+$/ && $5 != "LOCAL" {print "symbol", $8}' |
+        tee "$work/symbols"
+    cat "$work/facts.txt"
+    awk '$2 ~ /^_ZTV/ {print $2}' "$work/symbols" >"$work/exported"
+    awk '$1 == "interface" {print "_ZTV" length($2) $2}' "$work/records" >>"$work/exported"
+    { slots "$work/facts.so" && slots "$library"; } |
+        awk 'NR == FNR {wanted[$1]; next} $2 in wanted' "$work/exported" -
 } >"$work/dump"
 sort -u -k1,1 -k2,2 -k3,3n "$work/dump"
