@@ -42,6 +42,6 @@ awk '
         complain("cmake/exports.list names " $3 ", which the object does not export.")
     }
     $1 == "declared" && $2 != "pure" && !($3 in known) && !is_there($2, $3) {
-        complain("A header declares " $3 ", which the object does not export: add it to cmake/exports.list.")
+        complain("A header declares " $3 ", which the object does not export. Define it and name it in cmake/exports.list.")
     }
     END { exit failed }' "$work/symbols" "$work/listed" "$work/declared"
