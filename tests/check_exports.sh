@@ -1,20 +1,22 @@
 #!/bin/sh
 # Usage: check_exports.sh OBJECT LIST INCLUDE NM
 # Compares what the object exports with cmake/exports.list and with the public headers. Fails if a
-# line of the list exports nothing, or if a header declares a function that isn't exported.
+# line of the list exports nothing, or if a header declares a function that isn't exported. CXX is
+# taken from the environment.
 set -eu
 export LC_ALL=C
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 "$4" -D --defined-only "$1" | awk '{print "symbol", $NF}' >"$work/symbols"
 sed '/^#/d; /^$/d; s/^/listed /' "$2" >"$work/listed"
-find "$3" -name '*.h' -exec "$(dirname "$0")/abi/declarations.sh" {} + | sed 's/^/declared /' >"$work/declared"
+"$(dirname "$0")/abi/declarations.sh" "$3" >"$work/headers"
+sed 's/^/declared /' "$work/headers" >"$work/declared"
 for facts in symbols listed declared; do
     [ -s "$work/$facts" ] || { echo "no $facts were read"; exit 1; }
 done
 
 awk '
-    # Class::Name as a symbol begins with it, without parameters. The qualifier of a const member is K.
+    # How the symbol of Class::Name begins. The qualifier of a const member is K.
     function decorated(name, qualifier,    part, last, i, text) {
         last = split(name, part, "::")
         if (last == 1) return "_Z" length(name) name
@@ -42,6 +44,6 @@ awk '
         complain("cmake/exports.list names " $3 ", which the object does not export.")
     }
     $1 == "declared" && $2 != "pure" && !($3 in known) && !is_there($2, $3) {
-        complain("A header declares " $3 ", which the object does not export. Define it and name it in cmake/exports.list.")
+        complain($4 " declares " $3 ", which the object does not export. Is it in cmake/exports.list?")
     }
     END { exit failed }' "$work/symbols" "$work/listed" "$work/declared"

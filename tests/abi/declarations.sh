@@ -1,30 +1,45 @@
 #!/bin/sh
-# Usage: declarations.sh HEADER...
-# Prints the functions that the headers declare and don't define, one a line, as KIND NAME:
+# Usage: declarations.sh INCLUDE
+# Prints the functions that the public headers declare in C++ and don't define: KIND NAME HEADER.
 #
 #   function NAME         outside of classes
 #   member CLASS::NAME    a constructor or destructor too
 #   private CLASS::NAME   the same, out of an application's reach
 #   pure CLASS::NAME      a pure virtual operation
 #
-# An overloaded name comes once for each declaration. The headers are read as text, so both sides of
-# each #if count. Deleted and defaulted functions, operators and templates are left out.
+# An overloaded name comes once for each declaration. Deleted and defaulted functions, operators and
+# templates are left out. CXX is taken from the environment.
 set -eu
 export LC_ALL=C
-# First awk: drops comments, directives and markers, and puts each statement on a line of its own.
-# Such a line ends with its semicolon or brace.
-cat "$@" | tr '\n' '\001' | awk '
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cd "$1"
+# The umbrellas come first. So the macros of an opt-in header don't change what they declare.
+{
+    printf '#include <verrick/%s.h>\n' verrick flat
+    find verrick -name '*.h' ! -path 'verrick/detail/*' | sed 's/.*/#include <&>/'
+} >"$work/all.h"
+# Attributes look like calls.
+$CXX -std=c++11 -E -x c++ -I. '-D__attribute__(x)=' '-D__asm__(x)=' "$work/all.h" >"$work/text"
+
+# First awk: puts each statement of these headers on a line of its own, up to its semicolon or brace.
+# The header's name follows.
+awk '
+    /^# [0-9]+ "/ {
+        header = $3
+        gsub(/"|^"[.][/]/, "", header)
+        next
+    }
+    header ~ /^verrick[/]/ {
+        gsub(/[ \t]+/, " ")
+        gsub(/[;{}]/, "& " header "\n")
+        printf "%s ", $0
+    }' "$work/text" | awk '
     {
-        while (match($0, /[/][*]([^*]|[*]+[^*/])*[*]+[/]/))
-            $0 = substr($0, 1, RSTART - 1) substr($0, RSTART + RLENGTH)
-        gsub(/\\ *\001/, " ")
-        gsub(/([/][/]|#)[^\001]*/, "")
-        gsub(/VERRICK_[A-Z_]+([(][^()]*[)])?/, "")
-        gsub(/[ \t\001]+/, " ")
-        gsub(/[;{}]/, "&\n")
-        print
-    }' | awk '
-    { sub(/^ +/, "") }
+        header = $NF
+        sub(/ [^ ]*$/, "")
+        sub(/^ +/, "")
+    }
     match($0, /^(public|protected|private):/) {
         access[depth] = substr($0, 1, RLENGTH - 1)
         sub(/^[a-z]+: */, "")
@@ -42,14 +57,15 @@ cat "$@" | tr '\n' '\001' | awk '
     }
     /[}]$/ && depth > 0 { --depth }
     !/;$/ || /^(typedef|friend|using|template|static_assert)/ || /operator/ { next }
-    # An initializer, which may call something; a deleted or defaulted function.
-    /^[^(]*=/ || /= *(delete|default) *;$/ { next }
+    # An initializer or an array size, which may call something; a deleted or defaulted function.
+    /^[^(]*[=[]/ || /= *(delete|default) *;$/ { next }
     match($0, /[A-Za-z_~][A-Za-z_0-9]*[(]/) {
         name = substr($0, RSTART, RLENGTH - 1)
         for (i = depth; i > 0; --i)
             name = scope[i] name
         if (name ~ /-/) next
-        if (/= *0 *;$/) print "pure", name
-        else if (name !~ /::/) print "function", name
-        else print access[depth] == "private" ? "private" : "member", name
+        if (/= *0 *;$/) kind = "pure"
+        else if (name !~ /::/) kind = "function"
+        else kind = access[depth] == "private" ? "private" : "member"
+        print kind, name, header
     }' | sort

@@ -21,11 +21,10 @@ comm -23 "$work/classes" "$work/listed" | sed 's/$/ is missing in records.txt/' 
 
 # The functions that the headers declare, as "flat NAME" or "call NAME". Left out are overloaded ones,
 # because one name then has several types, and constructors and destructors, which have none.
-find "$include/verrick/flat" -name '*.h' -exec "$here/declarations.sh" {} + >"$work/flat"
-find "$include" -name '*.h' -exec "$here/declarations.sh" {} + >"$work/declared"
+"$here/declarations.sh" "$include" >"$work/declared"
 awk '
-    NR == FNR { flat[$2]; next }
     $1 == "private" { hidden[$2] }
+    $3 ~ /[/]flat[/]/ { flat[$2] }
     {
         last = split($2, part, "::")
         if (last == 1 || part[last] != part[last - 1] && part[last] !~ /^~/) ++count[$2]
@@ -33,7 +32,7 @@ awk '
     END {
         for (name in count)
             if (count[name] == 1 && !(name in hidden)) print name in flat ? "flat" : "call", name
-    }' "$work/flat" "$work/declared" >"$work/calls"
+    }' "$work/declared" >"$work/calls"
 
 # A C++ program that prints the facts of the headers.
 awk '
