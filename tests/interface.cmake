@@ -18,6 +18,8 @@ interface_test(exports.MatchTheList check_exports.sh $<TARGET_FILE:Verrick>
 
 add_test(NAME layers.PointDownwards COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/check_layers.sh
     ${PROJECT_SOURCE_DIR})
+add_test(NAME version.IsTheSameEverywhere COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/check_version.sh
+    ${PROJECT_SOURCE_DIR} ${PROJECT_VERSION})
 
 # What is left is the same in a sanitizer's build.
 if(NOT VERRICK_TEST_INTERFACE)
