@@ -8,6 +8,8 @@
 #ifndef VERRICK_DETAIL_WIN32_THREADS_H
 #define VERRICK_DETAIL_WIN32_THREADS_H
 
+#ifdef __cplusplus
+
 #include <verrick/detail/win32_errors.h>
 #include <verrick/detail/win32_types.h>
 #include <verrick/handles.h>
@@ -219,5 +221,7 @@ __attribute__((noreturn)) inline void ExitThread(DWORD exitCode) {
 __attribute__((noreturn)) inline void _endthreadex(unsigned int exitCode) {
     ExitThread(exitCode);
 }
+
+#endif /* __cplusplus */
 
 #endif
