@@ -60,8 +60,9 @@ wchar_t const* DDirList::GetFullPath() {
     return verrick::ForwardOr(nullptr, m_impl, &IDirList::GetFullPath);
 }
 
-// The steps of FindFirst. Each returns false if the search ends there.
-struct DDirListImpl::Steps {
+// The steps of FindFirst. Each returns false if the search ends there. They aren't exported with the
+// class.
+struct [[gnu::visibility("hidden")]] DDirListImpl::Steps {
     static bool Allocate(DDirListImpl& list);
     static bool TakePath(DDirListImpl& list, wchar_t const* path);
     static bool SplitPath(DDirListImpl& list);

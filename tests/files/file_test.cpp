@@ -14,65 +14,60 @@ namespace fs = std::filesystem;
 // Status, count and bytes of one transfer.
 using Transfer = std::tuple<FileStatus, unsigned int, std::string>;
 
-Transfer const kEnd{FILE_STATUS_END_OF_FILE, 0, ""};
+class File : public testing::Test {
+protected:
+    Transfer Read() {
+        char text[100] = {};
+        unsigned int count = 999;
+        FileStatus const status = file.Read(text, sizeof text, &count);
+        return {status, count, text};
+    }
+    FileStatus Write(std::string text) {
+        return file.Write(text.data(), static_cast<unsigned int>(text.size()), nullptr);
+    }
 
-Transfer Read(DFile& file) {
-    char text[100] = {};
-    unsigned int count = 999;
-    FileStatus const status = file.Read(text, sizeof text, &count);
-    return {status, count, text};
-}
-
-FileStatus Write(DFile& file, std::string text) {
-    return file.Write(text.data(), static_cast<unsigned int>(text.size()), nullptr);
-}
-
-TEST(File, ModesKeepEmptyOrExtendAFile) {
     Scratch scratch;
+    DFile file;
+};
+
+TEST_F(File, ModesKeepEmptyOrExtendAFile) {
     for (unsigned int mode = 0; mode <= 16; ++mode) {
         bool const reads = mode == 1 || mode == 2 || mode == 3 || mode == 11;
         bool const empties = mode == 6 || mode == 7;
         bool const accepted = reads || empties || mode == 10;
         WriteFile("file", "old");
-        DFile file;
         ASSERT_EQ(file.Open("file", mode), accepted ? FILE_STATUS_OK : FILE_STATUS_FAILED) << mode;
         EXPECT_EQ(file.Open("missing", 1), accepted ? FILE_STATUS_FAILED : FILE_STATUS_NOT_FOUND);
-        EXPECT_EQ(std::get<std::string>(Read(file)), reads ? "old" : "") << mode;
+        EXPECT_EQ(std::get<std::string>(Read()), reads ? "old" : "") << mode;
         file.Seek(0, IFile::ORIGIN_BEGIN);
-        Write(file, "new");
+        Write("new");
         file.Close();
         EXPECT_EQ(fs::file_size("file"), mode == 1 || empties || !accepted ? 3u : 6u) << mode;
     }
 }
 
-TEST(File, TellsWhyItDoesNotOpen) {
-    Scratch scratch;
-    DFile file;
-    EXPECT_EQ(file.Open("missing", FILE_MODE_READ), FILE_STATUS_NOT_FOUND);
+TEST_F(File, TellsWhyItDoesNotOpen) {
     EXPECT_EQ(file.Open(".", FILE_MODE_WRITE), FILE_STATUS_FAILED);
     EXPECT_EQ(file.Open(nullptr, FILE_MODE_READ), FILE_STATUS_FAILED);
-    EXPECT_EQ(Read(file), (Transfer{FILE_STATUS_NOT_FOUND, 999, ""}));
+    EXPECT_EQ(Read(), (Transfer{FILE_STATUS_NOT_FOUND, 999, ""}));
     bool const root = geteuid() == 0 && seteuid(65534) == 0;
     chmod(".", root ? 0700 : 0);
     EXPECT_EQ(file.Open((scratch.path + "/file").c_str(), 1), FILE_STATUS_ACCESS_DENIED);
     EXPECT_EQ(root ? seteuid(0) : chmod(".", 0700), 0);
 }
 
-TEST(File, IsClosedByItsDestructorAndNotInheritedByPrograms) {
-    Scratch scratch;
+TEST_F(File, IsClosedByItsDestructorAndNotInheritedByPrograms) {
     int const next = NextDescriptor();
     {
-        DFile file;
-        ASSERT_EQ(file.Open("file", FILE_MODE_WRITE | FILE_MODE_CREATE), FILE_STATUS_OK);
+        DFile other;
+        ASSERT_EQ(other.Open("file", FILE_MODE_WRITE), FILE_STATUS_OK);
         EXPECT_EQ(fcntl(next, F_GETFD), FD_CLOEXEC);
     }
     EXPECT_EQ(fcntl(next, F_GETFD), -1);
 }
 
-TEST(File, OpensAWholeNameAndForgetsItWithClose) {
-    Scratch scratch;
+TEST_F(File, OpensAWholeNameAndForgetsItWithClose) {
     std::string const name(60, 'n');
-    DFile file;
     ASSERT_EQ(file.Open(name.c_str(), FILE_MODE_WRITE), FILE_STATUS_OK);
     EXPECT_TRUE(fs::exists(name));
     EXPECT_EQ(file.Name(), std::string(39, 'n'));
@@ -82,60 +77,51 @@ TEST(File, OpensAWholeNameAndForgetsItWithClose) {
     EXPECT_STREQ(file.Name(), "short");
 }
 
-TEST(File, IsAtItsEndUntilASeekOrASizeLooksAgain) {
-    Scratch scratch;
+TEST_F(File, IsAtItsEndUntilASeekOrASizeLooksAgain) {
+    Transfer const end{FILE_STATUS_END_OF_FILE, 0, ""};
     WriteFile("file", "old");
-    DFile file;
     ASSERT_EQ(file.Open("file", FILE_MODE_READ), FILE_STATUS_OK);
-    EXPECT_EQ(Read(file), (Transfer{FILE_STATUS_OK, 3, "old"}));
-    EXPECT_EQ(Read(file), kEnd);
+    EXPECT_EQ(Read(), (Transfer{FILE_STATUS_OK, 3, "old"}));
+    EXPECT_EQ(Read(), end);
     WriteFile("file", "old and more");
-    EXPECT_EQ(Read(file), kEnd);
+    EXPECT_EQ(Read(), end);
     EXPECT_EQ(file.Size(), 12);
     EXPECT_EQ(file.Position(), 3);
-    EXPECT_EQ(Read(file), (Transfer{FILE_STATUS_OK, 9, " and more"}));
-    EXPECT_EQ(Read(file), kEnd);
+    EXPECT_EQ(Read(), (Transfer{FILE_STATUS_OK, 9, " and more"}));
+    EXPECT_EQ(Read(), end);
     EXPECT_EQ(file.Seek(1, static_cast<IFile::origin_t>(3)), FILE_STATUS_FAILED);
     EXPECT_EQ(file.Seek(-4, IFile::ORIGIN_CURRENT), FILE_STATUS_OK);
-    EXPECT_EQ(Read(file), (Transfer{FILE_STATUS_OK, 4, "more"}));
+    EXPECT_EQ(Read(), (Transfer{FILE_STATUS_OK, 4, "more"}));
 }
 
-TEST(File, TellsOfALostWriteAfterAFlush) {
-    DFile file;
-    ASSERT_EQ(file.Open("/dev/full", FILE_MODE_READ | FILE_MODE_WRITE | FILE_MODE_CREATE),
-              FILE_STATUS_OK);
-    EXPECT_EQ(Write(file, "new"), FILE_STATUS_OK);
+TEST_F(File, TellsOfALostWriteAfterAFlush) {
+    ASSERT_EQ(file.Open("/dev/full", FILE_MODE_WRITE), FILE_STATUS_OK);
+    EXPECT_EQ(Write("new"), FILE_STATUS_OK);
     file.Flush();
-    EXPECT_EQ(Write(file, ""), FILE_STATUS_FAILED);
+    EXPECT_EQ(Write(""), FILE_STATUS_FAILED);
     EXPECT_EQ(file.Seek(0, IFile::ORIGIN_BEGIN), FILE_STATUS_OK);
-    EXPECT_EQ(Write(file, ""), FILE_STATUS_FAILED) << "a seek leaves the mark";
+    EXPECT_EQ(Write(""), FILE_STATUS_FAILED) << "a seek leaves the mark";
     file.Size();
-    EXPECT_EQ(Write(file, ""), FILE_STATUS_OK) << "Size drops it";
+    EXPECT_EQ(Write(""), FILE_STATUS_OK) << "Size drops it";
 }
 
-TEST(File, CountsBufferedBytesAndFlushesThem) {
-    Scratch scratch;
-    DFile file;
-    ASSERT_EQ(file.Open("file", FILE_MODE_WRITE | FILE_MODE_CREATE), FILE_STATUS_OK);
-    Write(file, "new");
+TEST_F(File, CountsBufferedBytesAndFlushesThem) {
+    ASSERT_EQ(file.Open("file", FILE_MODE_WRITE), FILE_STATUS_OK);
+    Write("new");
     EXPECT_EQ(file.Size(), 3);
-    Write(file, "er");
+    Write("er");
     EXPECT_EQ(fs::file_size("file"), 3u);
     file.Flush();
     EXPECT_EQ(fs::file_size("file"), 5u);
 }
 
-TEST(File, HasNoPositionWhereAnIntOrTheSystemHasNone) {
-    Scratch scratch;
-    DFile file;
+TEST_F(File, HasNoPositionWhereAnIntOrTheSystemHasNone) {
     ASSERT_EQ(file.Open("large", FILE_MODE_WRITE), FILE_STATUS_OK);
     fs::resize_file("large", 3LL << 30);
     EXPECT_EQ(file.Size(), 0);
     EXPECT_EQ(file.Seek(0, IFile::ORIGIN_END), FILE_STATUS_OK);
     EXPECT_EQ(file.Position(), 0);
-    EXPECT_EQ(Write(file, "new"), FILE_STATUS_OK);
     file.Close();
-    EXPECT_EQ(fs::file_size("large"), (3ULL << 30) + 3);
     ASSERT_EQ(mkfifo("fifo", 0600), 0);
     ASSERT_EQ(file.Open("fifo", FILE_MODE_READ | FILE_MODE_WRITE), FILE_STATUS_OK);
     EXPECT_EQ(file.Seek(0, IFile::ORIGIN_BEGIN), FILE_STATUS_FAILED);

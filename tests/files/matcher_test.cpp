@@ -16,21 +16,18 @@ void ExpectBoth(std::string const& pattern, std::string const& name, int fits) {
         << pattern << ' ' << name;
 }
 
-// The table of examples stands in a header and in two pages.
+// The examples stand in a header and in two pages.
 TEST(Matcher, WorksAsTheTablesOfExamplesSay) {
     std::regex const row(R"(\| `(\S+)` \| `(\S+)` \| (yes|no) \|)");
-    for (char const* file :
+    for (std::string const file :
          {"include/verrick/flat/files.h", "docs/guide/files.md", "docs/porting.md"}) {
-        std::ifstream text(std::string(VERRICK_SOURCE_DIR "/") + file);
-        int rows = 0;
-        std::smatch cell;
-        for (std::string line; std::getline(text, line);) {
-            if (std::regex_search(line, cell, row)) {
-                ExpectBoth(cell[1], cell[2], cell[3] == "yes" ? 1 : 0);
-                ++rows;
-            }
-        }
-        EXPECT_EQ(rows, 18) << file;
+        std::ifstream stream(VERRICK_SOURCE_DIR "/" + file);
+        std::string const text(std::istreambuf_iterator<char>(stream), {});
+        std::sregex_iterator const rows(text.begin(), text.end(), row), end;
+        EXPECT_EQ(std::distance(rows, end), 18) << file;
+        std::for_each(rows, end, [](std::smatch const& cell) {
+            ExpectBoth(cell[1], cell[2], cell[3] == "yes" ? 1 : 0);
+        });
     }
 }
 
