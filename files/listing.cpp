@@ -60,13 +60,13 @@ wchar_t const* DDirList::GetFullPath() {
     return verrick::ForwardOr(nullptr, m_impl, &IDirList::GetFullPath);
 }
 
-// The steps of FindFirst. Each returns false if the search ends there. They aren't exported with the
-// class.
+// The steps of FindFirst. Each returns false if the search ends there. They aren't exported with
+// the class.
 struct [[gnu::visibility("hidden")]] DDirListImpl::Steps {
-    static bool Allocate(DDirListImpl& list);
-    static bool TakePath(DDirListImpl& list, wchar_t const* path);
-    static bool SplitPath(DDirListImpl& list);
-    static bool OpenDirectory(DDirListImpl& list);
+    static bool Allocate(DDirListImpl & list);
+    static bool TakePath(DDirListImpl & list, wchar_t const* path);
+    static bool SplitPath(DDirListImpl & list);
+    static bool OpenDirectory(DDirListImpl & list);
 };
 
 DDirListImpl::DDirListImpl()
