@@ -5,8 +5,8 @@
 
 namespace verrick {
 
-// Stores the absolute form of name in buffer, cut to size wide characters with the terminator.
-// size is at least 1. name and buffer are not null and don't overlap.
+// Stores the absolute form of name in buffer. It is cut to size wide characters, which
+// count the terminator and are at least 1. Neither name nor buffer is null, and they don't overlap.
 //
 // Returns false if the name is relative and there is no current directory that can be used. Then
 // buffer holds what GetFullFilename stores in this case. Allocates nothing.

@@ -9,9 +9,9 @@
 #include <dlfcn.h>
 #include <memory>
 
-// No lock of the library is held here while the loader works. The loader has a lock of its own, and
-// it keeps that lock while it runs a plug-in's constructors and destructors. If such a one waited
-// for a lock of ours whose holder waits for the loader, both would stand still.
+// This file takes no lock, because the loader has one of its own. The loader keeps it while it runs
+// a plug-in's constructors and destructors, and these may come back to this file. With a second
+// lock here, two threads could each hold one of the two and wait for the other.
 
 using verrick::kPathElements;
 using verrick::relaxed;

@@ -19,8 +19,8 @@
 #include <dirent.h>
 
 /**
- * An entry that a listing found. A value that 32 bits can't hold becomes the nearest one. time,
- * size and isDirectory are 0 if the entry has no status, for example a link that points nowhere.
+ * An entry that a listing found. A value that 32 bits can't hold becomes the nearest one. An entry
+ * without a status, for example a link that points nowhere, has 0 as time, size and isDirectory.
  */
 struct DFileInfo {
     std::int32_t time;  /**< of the last write, in seconds since the epoch */

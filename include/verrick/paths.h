@@ -17,9 +17,9 @@
  * @param buffer room for size wide characters. A null buffer is no error.
  * @param size in wide characters, with the terminator.
  *
- * Returns the length without the terminator. Returns 0 if there is no current directory, if it
- * takes size bytes or more, or if it can't be converted, and for a null buffer. Then buffer is
- * unchanged. The directory is never cut.
+ * Returns the length without the terminator. The directory is never cut: the result is 0 if it has
+ * size bytes or more. It is 0 too if there is no current directory, if that can't be converted, and
+ * for a null buffer. Then buffer is unchanged.
  */
 VERRICK_API unsigned int GetCurrentDir(wchar_t* buffer, unsigned int size);
 

@@ -3,9 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <clocale>
+#include <cstdio>
 #include <fstream>
-#include <regex>
 #include <sstream>
 
 namespace {
@@ -18,16 +19,19 @@ void ExpectBoth(std::string const& pattern, std::string const& name, int fits) {
 
 // The examples stand in a header and in two pages.
 TEST(Matcher, WorksAsTheTablesOfExamplesSay) {
-    std::regex const row(R"(\| `(\S+)` \| `(\S+)` \| (yes|no) \|)");
-    for (std::string const file :
+    for (char const* file :
          {"include/verrick/flat/files.h", "docs/guide/files.md", "docs/porting.md"}) {
-        std::ifstream stream(VERRICK_SOURCE_DIR "/" + file);
-        std::string const text(std::istreambuf_iterator<char>(stream), {});
-        std::sregex_iterator const rows(text.begin(), text.end(), row), end;
-        EXPECT_EQ(std::distance(rows, end), 18) << file;
-        std::for_each(rows, end, [](std::smatch const& cell) {
-            ExpectBoth(cell[1], cell[2], cell[3] == "yes" ? 1 : 0);
-        });
+        std::ifstream text(std::string(VERRICK_SOURCE_DIR "/") + file);
+        int rows = 0;
+        char pattern[16], name[16], fits[4];
+        for (std::string line; std::getline(text, line);) {
+            char const* const row = line.c_str() + std::min(line.find('|'), line.size());
+            if (std::sscanf(row, "| `%15[^`]` | `%15[^`]` | %3[a-z] |", pattern, name, fits) == 3) {
+                ExpectBoth(pattern, name, fits == std::string("yes") ? 1 : 0);
+                ++rows;
+            }
+        }
+        EXPECT_EQ(rows, 18) << file;
     }
 }
 

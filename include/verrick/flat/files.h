@@ -39,10 +39,10 @@ typedef struct FindData {
  * @param data the caller's record. It isn't null.
  *
  * Returns the handle of the search, which the caller releases with _findclose. Returns -1 with
- * errno 12 when memory is short. For any other failure it returns -1 with errno 2. Such are: no
- * entry fits, the text is too long, and the directory is missing, closed to the caller (EACCES),
- * can't be read, or can't be opened for lack of descriptors (EMFILE). After -1 nothing stays open
- * and *data is unchanged.
+ * errno 12 when memory is short. For any other failure it returns -1 with errno 2. The system's own
+ * reason is lost: a missing directory, one without permission (EACCES) and a lack of descriptors
+ * (EMFILE) look alike. So do a text that is too long and a pattern that no entry fits. After -1
+ * nothing stays open and *data is unchanged.
  *
  * Searches on different threads are independent. One search serves one thread at a time. The call
  * may block on the disk.
