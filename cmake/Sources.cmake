@@ -7,6 +7,7 @@ target_sources(Verrick PRIVATE
     frame/interlocked.cpp
     frame/list.cpp
     frame/semaphore.cpp
+    frame/sleep.cpp
     frame/version.cpp
 
     threads/scheduling.cpp
@@ -27,7 +28,6 @@ target_sources(Verrick PRIVATE
     ini/ini_reader.cpp
     ini/ini_scan.cpp
     ini/line_scanner.cpp
-    ini/narrow.cpp
     ini/profile.cpp
 
     files/file.cpp
@@ -46,6 +46,7 @@ target_sources(Verrick PRIVATE
     strings/compare.cpp
     strings/debug.cpp
     strings/printing.cpp
+    strings/text_conversion.cpp
     strings/trim.cpp
     strings/wide.cpp
 )

@@ -1,7 +1,9 @@
 #include <verrick/libraries.h>
 
-#include "ini/narrow.h"
-#include <verrick/conversion.h>
+#include "frame/facade.h"
+#include "frame/limits.h"
+#include "frame/relaxed.h"
+#include "strings/text_conversion.h"
 #include <verrick/critical_section.h>
 
 #include <cstdio>
@@ -12,19 +14,12 @@
 
 namespace {
 
-constexpr std::size_t kNameElements = 4096;
-constexpr auto relaxed = std::memory_order_relaxed;
+using verrick::kPathElements;
+using verrick::relaxed;
 
 // Held for dlclose and dlsym, and for the message of a failed unload. Nothing else is taken under
 // it, except by a library's destructors.
 DCriticalSection m_csDynamicLibrary;
-
-// The name for the loader, in a buffer of kNameElements. False for one that is null, too long or
-// can't be converted: part of it would name something else.
-bool ToNarrow(char* narrow, wchar_t const* name) {
-    return name != nullptr && wcsnlen(name, kNameElements) < kNameElements &&
-           verrick::Narrow(narrow, kNameElements, name).whole;
-}
 
 } // namespace
 
@@ -39,21 +34,19 @@ DDynamicLibrary::~DDynamicLibrary() {
 }
 
 bool DDynamicLibrary::Load(wchar_t const* libraryName) {
-    return m_impl != nullptr && m_impl->Load(libraryName);
+    return verrick::ForwardOr(false, m_impl, &IDynamicLibrary::Load, libraryName);
 }
 
 void DDynamicLibrary::Unload() {
-    if (m_impl != nullptr) {
-        m_impl->Unload();
-    }
+    verrick::Forward(m_impl, &IDynamicLibrary::Unload);
 }
 
 bool DDynamicLibrary::IsLoaded() {
-    return m_impl != nullptr && m_impl->IsLoaded();
+    return verrick::ForwardOr(false, m_impl, &IDynamicLibrary::IsLoaded);
 }
 
 void* DDynamicLibrary::GetProcedureByName(wchar_t const* procName) const {
-    return m_impl != nullptr ? m_impl->GetProcedureByName(procName) : nullptr;
+    return verrick::ForwardOr(nullptr, m_impl, &IDynamicLibrary::GetProcedureByName, procName);
 }
 
 DDynamicLibraryImpl::DDynamicLibraryImpl(wchar_t const* libraryName) : m_handle(nullptr) {
@@ -68,8 +61,8 @@ DDynamicLibraryImpl::~DDynamicLibraryImpl() {
 
 bool DDynamicLibraryImpl::Load(wchar_t const* libraryName) {
     Unload();
-    char name[kNameElements];
-    if (!ToNarrow(name, libraryName)) {
+    char name[kPathElements];
+    if (!verrick::NarrowName(name, sizeof name, libraryName)) {
         return IsLoaded();
     }
     void* const handle = dlopen(name, RTLD_LAZY);
@@ -103,8 +96,8 @@ void* DDynamicLibraryImpl::GetProcedureByName(wchar_t const* procName) const {
         return nullptr;
     }
     DMonitor monitor(m_csDynamicLibrary);
-    char name[kNameElements];
-    return ToNarrow(name, procName) ? dlsym(handle, name) : nullptr;
+    char name[kPathElements];
+    return verrick::NarrowName(name, sizeof name, procName) ? dlsym(handle, name) : nullptr;
 }
 
 void* LoadLibrary(wchar_t const* libraryName) {
@@ -116,10 +109,8 @@ void* GetProcAddress(void* module, char const* procName) {
     if (module == nullptr || procName == nullptr) {
         return nullptr;
     }
-    wchar_t name[kNameElements];
-    std::size_t const length = strnlen(procName, kNameElements);
-    if (length == kNameElements ||
-        AsciiToMBS(name, procName, static_cast<unsigned int>(length)) == 0) {
+    wchar_t name[kPathElements];
+    if (!verrick::Widen(name, kPathElements, procName)) {
         return nullptr;
     }
     return static_cast<DDynamicLibrary*>(module)->GetProcedureByName(name);

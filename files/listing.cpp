@@ -1,8 +1,9 @@
 #include <verrick/listing.h>
 
 #include "files/entry_status.h"
-#include "ini/narrow.h"
-#include <verrick/conversion.h>
+#include "frame/facade.h"
+#include "frame/limits.h"
+#include "strings/text_conversion.h"
 #include <verrick/paths.h>
 
 #include <cstring>
@@ -13,16 +14,7 @@
 
 namespace {
 
-constexpr unsigned int kPathBytes = 4097;
-
-// Widens as AsciiToMBS does; a text that can't be converted ends at the fault. The buffer holds an
-// element for each byte of text and one more.
-void WidenUpToFault(wchar_t* buffer, char const* text, unsigned int limit) {
-    if (AsciiToMBS(buffer, text, limit) == 0) {
-        std::wmemset(buffer, L'\0', std::strlen(text) + 1);
-        AsciiToMBS(buffer, text, limit);
-    }
-}
+constexpr std::size_t kPathBytes = verrick::kListingPathElements;
 
 std::wint_t Fold(char c) {
     return std::towupper(static_cast<unsigned char>(c));
@@ -51,15 +43,15 @@ DDirList::~DDirList() {
 }
 
 bool DDirList::FindFirst(wchar_t const* path, DFileInfo* info) {
-    return m_impl != nullptr && m_impl->FindFirst(path, info);
+    return verrick::ForwardOr(false, m_impl, &IDirList::FindFirst, path, info);
 }
 
 bool DDirList::FindNext(DFileInfo* info) {
-    return m_impl != nullptr && m_impl->FindNext(info);
+    return verrick::ForwardOr(false, m_impl, &IDirList::FindNext, info);
 }
 
 wchar_t const* DDirList::GetFullPath() {
-    return m_impl != nullptr ? m_impl->GetFullPath() : nullptr;
+    return verrick::ForwardOr(nullptr, m_impl, &IDirList::GetFullPath);
 }
 
 DDirListImpl::DDirListImpl()
@@ -86,8 +78,7 @@ bool DDirListImpl::TakePath(wchar_t const* path) {
     wchar_t full[kPathBytes + 1];
     full[0] = L'\0';
     GetFullFilename(path, full, kPathBytes + 1);
-    bool const taken =
-        std::wcslen(full) < kPathBytes && verrick::Narrow(m_dirPath, kPathBytes, full).whole;
+    bool const taken = verrick::NarrowName(m_dirPath, kPathBytes, full);
     if (!taken) {
         m_dirPath[0] = '\0'; // may hold the part ahead of a fault
     }
@@ -137,7 +128,7 @@ bool DDirListImpl::FindNext(DFileInfo* info) {
         }
     } while (WildCardMatch(m_pattern, entry->d_name) == 0);
 
-    WidenUpToFault(info->name, entry->d_name, std::size(info->name));
+    verrick::WidenUpToFault(info->name, std::size(info->name), entry->d_name);
     struct stat status;
     bool const known = EntryStatus(m_entryPath, m_prefixLength, entry->d_name, status);
     info->time = known ? verrick::TimeWord(status.st_mtime) : 0;
@@ -149,7 +140,7 @@ bool DDirListImpl::FindNext(DFileInfo* info) {
 // The directory is at most 4095 bytes long, for a slash behind it is gone.
 wchar_t const* DDirListImpl::GetFullPath() {
     if (m_dirPath != nullptr) {
-        WidenUpToFault(m_widePath, m_dirPath, std::size(m_widePath));
+        verrick::WidenUpToFault(m_widePath, std::size(m_widePath), m_dirPath);
     }
     return m_widePath;
 }

@@ -1,6 +1,8 @@
 #include <verrick/paths.h>
 
-#include <verrick/conversion.h>
+#include "frame/limits.h"
+#include "strings/text_conversion.h"
+
 #include <verrick/strings.h>
 
 #include <algorithm>
@@ -10,7 +12,7 @@
 
 namespace {
 
-constexpr std::size_t kPathElements = 4096;
+using verrick::kPathElements;
 
 // The current directory in a private buffer, whole or not at all: what the caller has comes into
 // play when the length is known.
@@ -25,7 +27,7 @@ public:
 
     // What was read, as wide text; null if it can't be converted.
     wchar_t const* Wide() {
-        return AsciiToMBS(m_wide, m_narrow, kPathElements) != 0 ? m_wide : nullptr;
+        return verrick::Widen(m_wide, kPathElements, m_narrow) ? m_wide : nullptr;
     }
 
 private:

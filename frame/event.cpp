@@ -1,34 +1,18 @@
 #include <verrick/event.h>
 
 #include "frame/deadline.h"
+#include "frame/facade.h"
 #include "frame/mutex.h"
-#include <verrick/time_primitives.h>
+#include "frame/sleep.h"
+#include "frame/waiting.h"
 
 #include <cerrno>
 #include <cstdio>
 
 namespace {
 
-constexpr int kForever = -1;
-constexpr unsigned int kRetryMs = 10; // after an interrupted wait
-constexpr unsigned int kDrainMs = 5;  // between two looks at the waiters of a dying event
-
-constexpr auto relaxed = std::memory_order_relaxed;
-
-// Counts the caller among the waiters for a scope, under the event's mutex: also on the way out of
-// a cancelled thread, or the destructor would wait for it for ever.
-class CountedWaiter {
-public:
-    explicit CountedWaiter(std::atomic<int>& waiters) : m_waiters(waiters) { Add(1); }
-    ~CountedWaiter() { Add(-1); }
-    CountedWaiter(CountedWaiter const&) = delete;
-    CountedWaiter& operator=(CountedWaiter const&) = delete;
-
-private:
-    void Add(int amount) { m_waiters.store(m_waiters.load(relaxed) + amount, relaxed); }
-
-    std::atomic<int>& m_waiters;
-};
+using verrick::CountedWaiter;
+using verrick::relaxed;
 
 } // namespace
 
@@ -43,19 +27,15 @@ DEvent::~DEvent() {
 }
 
 void DEvent::Signal() {
-    if (m_impl != nullptr) {
-        m_impl->Signal();
-    }
+    verrick::Forward(m_impl, &IEvent::Signal);
 }
 
 void DEvent::Reset() {
-    if (m_impl != nullptr) {
-        m_impl->Reset();
-    }
+    verrick::Forward(m_impl, &IEvent::Reset);
 }
 
 wait_result_t DEvent::Wait(int timeoutMs) {
-    return m_impl != nullptr ? m_impl->Wait(timeoutMs) : WAIT_RESULT_FAILED;
+    return verrick::ForwardOr(WAIT_RESULT_FAILED, m_impl, &IEvent::Wait, timeoutMs);
 }
 
 DEventImpl::DEventImpl(bool initialState, bool autoReset)
@@ -75,7 +55,7 @@ DEventImpl::~DEventImpl() {
         pthread_cond_broadcast(&m_cond);
     }
     while (m_waiters.load(relaxed) > 0 || m_signalling.load(std::memory_order_acquire) > 0) {
-        ::Sleep(kDrainMs);
+        verrick::SleepMs(verrick::kDrainMs);
     }
     pthread_mutex_lock(&m_mutex);
     pthread_mutex_unlock(&m_mutex);
@@ -143,7 +123,7 @@ wait_result_t DEventImpl::Wait(int timeoutMs) {
 // Blocks on the condition, once where there is a time-out, and gives the error of the wait. The
 // wait's result is the error: errno may hold anything.
 int DEventImpl::WaitForCondition(int timeoutMs) {
-    if (timeoutMs != kForever) {
+    if (timeoutMs != verrick::kForever) {
         timespec const deadline = verrick::DeadlineAfter(timeoutMs);
         return pthread_cond_timedwait(&m_cond, &m_mutex, &deadline);
     }
@@ -156,6 +136,6 @@ int DEventImpl::WaitForCondition(int timeoutMs) {
             std::puts("sem_wait returned error (other than EINTR)");
             return error;
         }
-        ::Sleep(kRetryMs);
+        verrick::SleepMs(verrick::kRetryMs);
     }
 }

@@ -1,8 +1,10 @@
 #include <verrick/interlocked.h>
 
+#include "frame/facade.h"
+#include "frame/relaxed.h"
 namespace {
 
-constexpr auto relaxed = std::memory_order_relaxed;
+using verrick::relaxed;
 
 // Wraps where the sum of signed integers would be undefined.
 int WrappingSum(int left, int right) {
@@ -21,23 +23,23 @@ DInterlockedValue::~DInterlockedValue() {
 }
 
 int DInterlockedValue::Increment() {
-    return m_impl != nullptr ? m_impl->Increment() : 0;
+    return verrick::ForwardOr(0, m_impl, &IInterlockedValue::Increment);
 }
 
 int DInterlockedValue::Decrement() {
-    return m_impl != nullptr ? m_impl->Decrement() : 0;
+    return verrick::ForwardOr(0, m_impl, &IInterlockedValue::Decrement);
 }
 
 int DInterlockedValue::Add(int amount) {
-    return m_impl != nullptr ? m_impl->Add(amount) : 0;
+    return verrick::ForwardOr(0, m_impl, &IInterlockedValue::Add, amount);
 }
 
 int DInterlockedValue::SetValue(int value) {
-    return m_impl != nullptr ? m_impl->SetValue(value) : 0;
+    return verrick::ForwardOr(0, m_impl, &IInterlockedValue::SetValue, value);
 }
 
 int DInterlockedValue::GetValue() const {
-    return m_impl != nullptr ? m_impl->GetValue() : 0;
+    return verrick::ForwardOr(0, m_impl, &IInterlockedValue::GetValue);
 }
 
 DInterlockedValueImpl::DInterlockedValueImpl(int value) : m_value(value) {}

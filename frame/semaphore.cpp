@@ -1,6 +1,8 @@
 #include <verrick/semaphore.h>
 
 #include "frame/deadline.h"
+#include "frame/facade.h"
+#include "frame/waiting.h"
 #include <verrick/strings.h>
 
 #include <cerrno>
@@ -8,13 +10,11 @@
 
 namespace {
 
-constexpr int kForever = -1;
-
 CSemaphoreList g_semaphoreList;
 
 // A deadline that the system refuses still lets a count be taken that can be had at once.
 int WaitForPost(sem_t& semaphore, int timeoutMs) {
-    if (timeoutMs == kForever) {
+    if (timeoutMs == verrick::kForever) {
         return sem_wait(&semaphore);
     }
     timespec const deadline = verrick::DeadlineAfter(timeoutMs);
@@ -37,13 +37,11 @@ DSemaphore::~DSemaphore() {
 }
 
 void DSemaphore::Release(unsigned int count) {
-    if (m_impl != nullptr) {
-        m_impl->Release(count);
-    }
+    verrick::Forward(m_impl, &ISemaphore::Release, count);
 }
 
 wait_result_t DSemaphore::Wait(int timeoutMs) {
-    return m_impl != nullptr ? m_impl->Wait(timeoutMs) : WAIT_RESULT_FAILED;
+    return verrick::ForwardOr(WAIT_RESULT_FAILED, m_impl, &ISemaphore::Wait, timeoutMs);
 }
 
 DSemaphoreImpl::DSemaphoreImpl(unsigned int initialCount, unsigned int maxCount,

@@ -3,9 +3,10 @@
 
 #include "frame/deadline.h"
 #include "frame/mutex.h"
+#include "frame/sleep.h"
+#include "frame/waiting.h"
 #include "handles/event_internals.h"
 #include <verrick/flat/frame.h>
-#include <verrick/time_primitives.h>
 
 #include <cerrno>
 #include <cstdint>
@@ -16,25 +17,8 @@ namespace {
 constexpr unsigned long kAnyType = 0;
 constexpr unsigned long kNoType = 0;
 
-constexpr unsigned int kRetryMs = 10; // after an interrupted wait
-constexpr unsigned int kDrainMs = 5;  // between two looks at the waiters of a closing event
-
-constexpr auto relaxed = std::memory_order_relaxed;
-
-// Counts the caller among the waiters for a scope, under the event's mutex; a cancelled thread
-// leaves the count, too, or CloseHandle would wait for it for ever.
-class CountedWaiter {
-public:
-    explicit CountedWaiter(std::atomic<int>& waiters) : m_waiters(waiters) {
-        m_waiters.store(m_waiters.load(relaxed) + 1, relaxed);
-    }
-    ~CountedWaiter() { m_waiters.store(m_waiters.load(relaxed) - 1, relaxed); }
-    CountedWaiter(CountedWaiter const&) = delete;
-    CountedWaiter& operator=(CountedWaiter const&) = delete;
-
-private:
-    std::atomic<int>& m_waiters;
-};
+using verrick::CountedWaiter;
+using verrick::relaxed;
 
 XEvent* EventFromHandle(HANDLE handle) {
     return static_cast<XEvent*>(XHandleObject::ObjectFromHandle(handle, XEVENT_TYPE_TAG));
@@ -127,7 +111,7 @@ int XEvent::WaitForever() {
             std::puts("pthread_cond_wait returned error (other than EINTR)");
             return error;
         }
-        ::Sleep(kRetryMs);
+        verrick::SleepMs(verrick::kRetryMs);
     }
 }
 
@@ -169,7 +153,7 @@ int XEvent::CloseHandle() {
         pthread_cond_broadcast(&m_cond);
     }
     while (m_waiters.load(relaxed) > 0) {
-        ::Sleep(kDrainMs);
+        verrick::SleepMs(verrick::kDrainMs);
     }
     pthread_mutex_lock(&m_mutex);
     pthread_mutex_unlock(&m_mutex);

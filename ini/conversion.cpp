@@ -1,7 +1,6 @@
 #include <verrick/conversion.h>
 
-#include "ini/line.h"
-#include "ini/narrow.h"
+#include "strings/text_conversion.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -9,7 +8,6 @@
 #include <cstring>
 #include <cwchar>
 
-namespace verrick {
 namespace {
 
 // The elements that a destination is known to have, by the meaning of a limit: a source of exactly
@@ -21,19 +19,6 @@ std::size_t Room(std::size_t sourceLength, unsigned int limit) {
 
 } // namespace
 
-void WidenLine(wchar_t* buffer, char* line, std::size_t size) {
-    std::mbstate_t state{};
-    char const* rest = line;
-    if (std::mbsrtowcs(buffer, &rest, size, &state) == kConversionFault) {
-        line[rest - line] = '\0';
-        rest = line;
-        state = {};
-        std::mbsrtowcs(buffer, &rest, size, &state);
-    }
-}
-
-} // namespace verrick
-
 // A huge limit is bounded by what the source can need, since the C library adds it to an address.
 int MBSToAscii(char* destination, wchar_t const* source, unsigned int limit) {
     if (destination == nullptr || source == nullptr) {
@@ -41,7 +26,7 @@ int MBSToAscii(char* destination, wchar_t const* source, unsigned int limit) {
     }
     std::size_t const length = std::wcslen(source);
     std::uint64_t const needed = std::uint64_t{length} * MB_CUR_MAX + 1;
-    std::size_t const owned = verrick::Room(length, limit);
+    std::size_t const owned = Room(length, limit);
     std::size_t const room = needed < owned ? static_cast<std::size_t>(needed) : owned;
     if (room == 0) {
         return 0;
@@ -56,7 +41,7 @@ int AsciiToMBS(wchar_t* destination, char const* source, unsigned int limit) {
         return 0;
     }
     std::size_t const length = std::strlen(source);
-    std::size_t const room = std::min(length + 1, verrick::Room(length, limit));
+    std::size_t const room = std::min(length + 1, Room(length, limit));
     if (room == 0) {
         return 0;
     }
@@ -100,6 +85,6 @@ wchar_t* myfgetws(wchar_t* buffer, unsigned int size, FILE* stream) {
     if (myfgets(line.get(), size, stream) == nullptr) {
         return nullptr;
     }
-    verrick::WidenLine(buffer, line.get(), size);
+    verrick::WidenUpToFault(buffer, size, line.get());
     return buffer;
 }

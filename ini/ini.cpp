@@ -1,5 +1,6 @@
 #include <verrick/ini.h>
 
+#include "frame/facade.h"
 IIni::IIni() = default;
 IIni::~IIni() = default;
 
@@ -10,36 +11,34 @@ DIni::~DIni() {
 }
 
 int DIni::Open(wchar_t const* fileName) {
-    return m_impl != nullptr ? m_impl->Open(fileName) : 0;
+    return verrick::ForwardOr(0, m_impl, &IIni::Open, fileName);
 }
 
 void DIni::Close() {
-    if (m_impl != nullptr) {
-        m_impl->Close();
-    }
+    verrick::Forward(m_impl, &IIni::Close);
 }
 
 unsigned int DIni::GetSectionNames(wchar_t* out, unsigned int size) {
-    return m_impl != nullptr ? m_impl->GetSectionNames(out, size) : 0;
+    return verrick::ForwardOr(0, m_impl, &IIni::GetSectionNames, out, size);
 }
 
 unsigned int DIni::GetKeyNames(wchar_t const* section, wchar_t* out, unsigned int size) {
-    return m_impl != nullptr ? m_impl->GetKeyNames(section, out, size) : 0;
+    return verrick::ForwardOr(0, m_impl, &IIni::GetKeyNames, section, out, size);
 }
 
 unsigned int DIni::GetSection(wchar_t const* section, wchar_t* out, unsigned int size) {
-    return m_impl != nullptr ? m_impl->GetSection(section, out, size) : 0;
+    return verrick::ForwardOr(0, m_impl, &IIni::GetSection, section, out, size);
 }
 
 int DIni::PutSection(wchar_t const* section, wchar_t const* lines) {
-    return m_impl != nullptr ? m_impl->PutSection(section, lines) : 0;
+    return verrick::ForwardOr(0, m_impl, &IIni::PutSection, section, lines);
 }
 
 unsigned int DIni::GetKeyValue(wchar_t const* section, wchar_t const* key,
                                wchar_t const* defaultValue, wchar_t* out, unsigned int size) {
-    return m_impl != nullptr ? m_impl->GetKeyValue(section, key, defaultValue, out, size) : 0;
+    return verrick::ForwardOr(0, m_impl, &IIni::GetKeyValue, section, key, defaultValue, out, size);
 }
 
 int DIni::PutKeyValue(wchar_t const* section, wchar_t const* key, wchar_t const* value) {
-    return m_impl != nullptr ? m_impl->PutKeyValue(section, key, value) : 0;
+    return verrick::ForwardOr(0, m_impl, &IIni::PutKeyValue, section, key, value);
 }

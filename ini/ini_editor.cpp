@@ -1,7 +1,7 @@
 #include <verrick/ini.h>
 
 #include "ini/line_scanner.h"
-#include "ini/narrow.h"
+#include "strings/text_conversion.h"
 
 #include <cwchar>
 #include <limits>

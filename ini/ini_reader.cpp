@@ -1,6 +1,8 @@
 #include <verrick/ini.h>
 
+#include "frame/limits.h"
 #include "ini/ini_scan.h"
+#include "strings/text_conversion.h"
 
 #include <cerrno>
 #include <cstring>
@@ -14,8 +16,7 @@ namespace {
 
 using verrick::IniScan;
 
-constexpr unsigned int kNarrowNameSize = 4096; // bytes of the longest path, terminated
-constexpr mode_t kNewFileMode = 0666;          // before the process's umask
+constexpr mode_t kNewFileMode = 0666; // before the process's umask
 
 // Creates a file that is missing. One that came into being meanwhile keeps what it holds.
 FILE* Create(char const* fileName) {
@@ -61,8 +62,8 @@ int DIniImpl::Open(wchar_t const* fileName) {
     if (std::wcscmp(fileName, m_fileName) != 0) {
         std::wcscpy(m_fileName, fileName);
     }
-    char narrowName[kNarrowNameSize];
-    if (MBSToAscii(narrowName, m_fileName, sizeof narrowName) == 0) {
+    char narrowName[verrick::kPathElements];
+    if (!verrick::NarrowName(narrowName, sizeof narrowName, m_fileName)) {
         return 0;
     }
     m_file = std::fopen(narrowName, m_mode);

@@ -1,6 +1,6 @@
 #include "ini/line_scanner.h"
 
-#include "ini/line.h"
+#include "strings/text_conversion.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -96,7 +96,7 @@ bool LineScanner::MayHold(char character) const {
 void LineScanner::Widen(wchar_t* buffer) {
     char* const text = m_block + m_line;
     text[Seen()] = '\0';
-    WidenLine(buffer, text, kLineElements);
+    WidenUpToFault(buffer, kLineElements, text);
 }
 
 } // namespace verrick

@@ -26,8 +26,9 @@
 // instead of waiting.
 #include <verrick/queues.h>
 
+#include "frame/relaxed.h"
+#include "frame/sleep.h"
 #include "handles/event_internals.h"
-#include <verrick/time_primitives.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -41,7 +42,7 @@ namespace {
 
 using verrick::EventInternals;
 
-constexpr auto relaxed = std::memory_order_relaxed;
+using verrick::relaxed;
 
 constexpr int kFailed = -1;
 constexpr int kPassesBeforeSleep = 4;
@@ -159,7 +160,7 @@ private:
         LockTakenAgain lock(queue);
         if (passesOn && passedOn > kPassesBeforeSleep) {
             FreeLock(queue);
-            ::Sleep(kPassedOnSleepMs);
+            verrick::SleepMs(kPassedOnSleepMs);
         } else if (FreeLockAndWait(queue, timeoutMs) == WAIT_TIMEOUT) {
             return false;
         }

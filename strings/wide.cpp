@@ -10,8 +10,6 @@ namespace {
 // time disturb each other anyway, so relaxed is enough.
 constinit std::atomic<wchar_t*> g_searchPosition{nullptr};
 
-constexpr auto relaxed = std::memory_order_relaxed;
-
 } // namespace
 
 wchar_t* _strdup(wchar_t const* text) {
@@ -27,12 +25,13 @@ long _wcstol(wchar_t const* text) {
 }
 
 wchar_t* _wcstok(wchar_t* text, wchar_t const* delimiters) {
-    wchar_t* position = text != nullptr ? nullptr : g_searchPosition.load(relaxed);
+    wchar_t* position =
+        text != nullptr ? nullptr : g_searchPosition.load(std::memory_order_relaxed);
     if (text == nullptr && position == nullptr) {
         return nullptr;
     }
     wchar_t* const token = std::wcstok(text, delimiters, &position);
-    g_searchPosition.store(position, relaxed);
+    g_searchPosition.store(position, std::memory_order_relaxed);
     return token;
 }
 

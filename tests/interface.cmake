@@ -16,6 +16,9 @@ endfunction()
 interface_test(exports.MatchTheList check_exports.sh $<TARGET_FILE:Verrick>
     ${PROJECT_SOURCE_DIR}/cmake/exports.list ${CMAKE_SIZEOF_VOID_P} ${CMAKE_NM})
 
+add_test(NAME layers.PointDownwards COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/check_layers.sh
+    ${PROJECT_SOURCE_DIR})
+
 # What is left is the same in a sanitizer's build.
 if(NOT VERRICK_TEST_INTERFACE)
     return()

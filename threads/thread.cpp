@@ -1,6 +1,7 @@
 // The facade of the thread family.
 #include <verrick/thread.h>
 
+#include "frame/facade.h"
 #include <cstdio>
 
 namespace {
@@ -32,39 +33,35 @@ bool DThread::Create(DThread* thread, int priority, int stackSize, int flags) {
 }
 
 void DThread::Start() {
-    if (m_impl != nullptr) {
-        m_impl->Start();
-    }
+    verrick::Forward(m_impl, &DThreadImpl::Start);
 }
 
 int DThread::SetPriority(int priority) {
-    return m_impl != nullptr ? m_impl->SetPriority(priority) : kNoImplementationPriority;
+    return verrick::ForwardOr(kNoImplementationPriority, m_impl, &DThreadImpl::SetPriority,
+                              priority);
 }
 
 int DThread::GetPriority() {
-    return m_impl != nullptr ? m_impl->GetPriority() : kNoImplementationPriority;
+    return verrick::ForwardOr(kNoImplementationPriority, m_impl, &DThreadImpl::GetPriority);
 }
 
 void DThread::SetName(char const* name) {
-    if (m_impl != nullptr) {
-        m_impl->SetName(name);
-    }
+    verrick::Forward(m_impl, &DThreadImpl::SetName, name);
 }
 
 char const* DThread::GetName() {
-    return m_impl != nullptr ? m_impl->GetName() : "THREAD_UNIMPLEMENTED";
+    return verrick::ForwardOr("THREAD_UNIMPLEMENTED", m_impl, &DThreadImpl::GetName);
 }
 
 int DThread::GetThreadId() {
-    return m_impl != nullptr ? m_impl->GetThreadId() : kNoThreadId;
+    return verrick::ForwardOr(kNoThreadId, m_impl, &DThreadImpl::GetThreadId);
 }
 
 int DThread::WaitForThreadDeath(int timeoutMs) {
-    return m_impl != nullptr ? m_impl->WaitForThreadDeath(timeoutMs) : WAIT_RESULT_FAILED;
+    return verrick::ForwardOr(WAIT_RESULT_FAILED, m_impl, &DThreadImpl::WaitForThreadDeath,
+                              timeoutMs);
 }
 
 void DThread::Kill() {
-    if (m_impl != nullptr) {
-        m_impl->Kill();
-    }
+    verrick::Forward(m_impl, &DThreadImpl::Kill);
 }

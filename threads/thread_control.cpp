@@ -1,16 +1,12 @@
 #include "threads/thread_control.h"
 
+#include "frame/relaxed.h"
+
 #include <cstdint>
 #include <cstring>
 #include <unistd.h>
 
 namespace verrick {
-namespace {
-
-constexpr auto relaxed = std::memory_order_relaxed;
-
-} // namespace
-
 // A virtual call on the new thread would read the object's virtual-table pointer, and could do so
 // beside a destructor on another thread that rewrites it. So Start, which its caller orders ahead
 // of the destruction, looks the function up: the slot is what a pointer to a virtual member

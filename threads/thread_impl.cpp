@@ -1,5 +1,7 @@
 #include "frame/deadline.h"
+#include "frame/limits.h"
 #include "frame/mutex.h"
+#include "frame/waiting.h"
 #include "threads/scheduling.h"
 #include "threads/thread_control.h"
 #include <verrick/thread.h>
@@ -8,19 +10,18 @@
 #include <cstdio>
 #include <cstring>
 
+using verrick::kForever;
+using verrick::kSmallestStackBytes;
 using verrick::MutexLock;
+using verrick::relaxed;
 using verrick::ThreadControl;
 
 namespace {
 
 constexpr auto kNoThread = static_cast<pthread_t>(-1);
 constexpr int kNoThreadId = -1;
-constexpr int kNoThreadYet = 1; // bit 0 of the flags
-constexpr int kForever = -1;
-constexpr int kSmallestStack = 8196;
+constexpr int kNoThreadYet = 1;             // bit 0 of the flags
 constexpr std::size_t kKernelNameSize = 16; // with the terminator
-
-constexpr auto relaxed = std::memory_order_relaxed;
 
 } // namespace
 
@@ -58,9 +59,9 @@ bool DThreadImpl::Create(DThread* thread, int priority, int stackSize, int /*fla
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
     pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_JOINABLE);
-    pthread_attr_setstacksize(
-        &attributes,
-        static_cast<std::size_t>(stackSize > kSmallestStack ? stackSize : kSmallestStack));
+    pthread_attr_setstacksize(&attributes, static_cast<std::size_t>(stackSize > kSmallestStackBytes
+                                                                        ? stackSize
+                                                                        : kSmallestStackBytes));
     if (verrick::IsRealTimePriority(priority)) {
         // Refused by a C library that compares the priority with the ordinary policy: the one asked
         // for counts then. Either way PreRun is what puts it in force.

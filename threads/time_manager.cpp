@@ -1,11 +1,10 @@
 // The facade of the timer service, and the one instance of it.
 #include <verrick/timers.h>
 
-namespace {
+#include "frame/facade.h"
+#include "frame/relaxed.h"
 
-constexpr auto relaxed = std::memory_order_relaxed;
-
-} // namespace
+using verrick::relaxed;
 
 std::atomic<DTimeManager*> DTimeManager::m_timeManagerPtr{nullptr};
 DCriticalSection DTimeManager::m_csTimeManagerCreate;
@@ -40,37 +39,36 @@ DTimeManager::~DTimeManager() {
 
 bool DTimeManager::CreateRelativeTimer(ITimerListener* listener, unsigned int id, int periodMs,
                                        int reserved, unsigned int timerFlags) {
-    return m_impl != nullptr &&
-           m_impl->CreateRelativeTimer(listener, id, periodMs, reserved, timerFlags);
+    return verrick::ForwardOr(false, m_impl, &ITimeManager::CreateRelativeTimer, listener, id,
+                              periodMs, reserved, timerFlags);
 }
 
 bool DTimeManager::CreateAbsoluteTimer(ITimerListener* listener, unsigned int id, long when,
                                        int reserved) {
-    return m_impl != nullptr && m_impl->CreateAbsoluteTimer(listener, id, when, reserved);
+    return verrick::ForwardOr(false, m_impl, &ITimeManager::CreateAbsoluteTimer, listener, id, when,
+                              reserved);
 }
 
 bool DTimeManager::Destroy(ITimerListener* listener, unsigned int id) {
-    return m_impl != nullptr && m_impl->Destroy(listener, id);
+    return verrick::ForwardOr(false, m_impl, &ITimeManager::Destroy, listener, id);
 }
 
 bool DTimeManager::Activate(ITimerListener* listener, unsigned int id) {
-    return m_impl != nullptr && m_impl->Activate(listener, id);
+    return verrick::ForwardOr(false, m_impl, &ITimeManager::Activate, listener, id);
 }
 
 bool DTimeManager::Deactivate(ITimerListener* listener, unsigned int id) {
-    return m_impl != nullptr && m_impl->Deactivate(listener, id);
+    return verrick::ForwardOr(false, m_impl, &ITimeManager::Deactivate, listener, id);
 }
 
 void DTimeManager::Sleep(int ms) {
-    if (m_impl != nullptr) {
-        m_impl->Sleep(ms);
-    }
+    verrick::Forward(m_impl, &ITimeManager::Sleep, ms);
 }
 
 unsigned int DTimeManager::GetTickCount() {
-    return m_impl != nullptr ? m_impl->GetTickCount() : 0;
+    return verrick::ForwardOr(0, m_impl, &ITimeManager::GetTickCount);
 }
 
 unsigned int DTimeManager::GetResolution() {
-    return m_impl != nullptr ? m_impl->GetResolution() : 0;
+    return verrick::ForwardOr(0, m_impl, &ITimeManager::GetResolution);
 }

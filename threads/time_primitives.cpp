@@ -1,13 +1,13 @@
 #include <verrick/time_primitives.h>
 
+#include "frame/sleep.h"
+
 #include <cstdint>
 #include <ctime>
-#include <sys/select.h>
 
 namespace {
 
 constexpr unsigned int kMsPerSecond = 1000;
-constexpr unsigned int kUsPerMs = 1000;
 constexpr long kNsPerMs = 1000000;
 constexpr std::uint32_t kPeriodStepMs = 10;
 
@@ -22,11 +22,7 @@ unsigned int GetTickCount() {
 }
 
 int Sleep(unsigned int ms) {
-    unsigned int const restUs = ms % kMsPerSecond * kUsPerMs;
-    timeval period{};
-    period.tv_sec = static_cast<time_t>(ms / kMsPerSecond);
-    period.tv_usec = static_cast<suseconds_t>(restUs);
-    select(0, nullptr, nullptr, nullptr, &period);
+    verrick::SleepMs(ms);
     return 0;
 }
 
@@ -46,13 +42,13 @@ void DTimeManagerImplCallouts__DestroyPeriodicTimer(void** timer) {
 }
 
 void DTimeManagerImplCallouts__Sleep(void* /*timer*/, int ms) {
-    Sleep(static_cast<unsigned int>(ms));
+    verrick::SleepMs(static_cast<unsigned int>(ms));
 }
 
 bool DTimeManagerImplCallouts__WaitForTimerExpiration(void* timer) {
     if (timer == nullptr) {
         return false;
     }
-    Sleep(*static_cast<std::uint32_t*>(timer));
+    verrick::SleepMs(*static_cast<std::uint32_t*>(timer));
     return true;
 }

@@ -1,3 +1,5 @@
+#include "frame/limits.h"
+#include "frame/waiting.h"
 #include "threads/thread_control.h"
 #include <verrick/timers.h>
 
@@ -7,14 +9,12 @@ namespace {
 
 constexpr unsigned int kPoolSize = 256;
 constexpr int kPriority = 99;
-constexpr int kStackSize = 8196;
 constexpr int kCreateParked = 2; // no bit of it has an effect: bit 0 is clear
-constexpr int kForever = -1;
 
 } // namespace
 
 DTimerDispatch::DTimerDispatch()
-    : DThread("TimerDispatch Thread", kPriority, kStackSize, kCreateParked),
+    : DThread("TimerDispatch Thread", kPriority, verrick::kSmallestStackBytes, kCreateParked),
       m_queueEvent(false, false), m_peakQueueLength(0), m_pool(new TimerListItem[kPoolSize]) {
     std::for_each(m_pool, m_pool + kPoolSize, [](TimerListItem& item) { item.m_inUse = false; });
     verrick::ThreadControl::Of(*this).KeepVisitInRun();
@@ -75,7 +75,7 @@ void DTimerDispatch::FlushQueue(ITimerListener* listener, unsigned int id) {
 void DTimerDispatch::Run() {
     verrick::Visit const visit = verrick::Visit::OfRun(*this);
     while (visit.IsOpen()) {
-        m_queueEvent.Wait(kForever);
+        m_queueEvent.Wait(verrick::kForever);
         bool more = visit.IsOpen();
         while (more) {
             TimerListItem* const item = TakeHead();

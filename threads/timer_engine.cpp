@@ -1,3 +1,4 @@
+#include "frame/limits.h"
 #include "threads/thread_control.h"
 #include <verrick/time_primitives.h>
 #include <verrick/timers.h>
@@ -9,7 +10,6 @@
 
 namespace {
 
-constexpr int kStackSize = 8196;
 constexpr int kCreateParked = 2; // no bit of it has an effect: bit 0 is clear
 constexpr double kMsPerSecond = 1000.0;
 
@@ -26,8 +26,8 @@ unsigned int DistanceInMs(time_t when) {
 
 // The threads begin last, on a whole object: first the dispatcher's, then this one's.
 DTimeManagerImpl::DTimeManagerImpl(int priority)
-    : DThread("TimeManager Thread", priority, kStackSize, kCreateParked), m_ticks(0),
-      m_resolution(0), m_dispatch(nullptr), m_periodicTimer(nullptr) {
+    : DThread("TimeManager Thread", priority, verrick::kSmallestStackBytes, kCreateParked),
+      m_ticks(0), m_resolution(0), m_dispatch(nullptr), m_periodicTimer(nullptr) {
     m_resolution =
         static_cast<unsigned int>(DTimeManagerImplCallouts__CreatePeriodicTimer(&m_periodicTimer));
     // No destructor of this class runs if the next allocation fails.

@@ -1,3 +1,4 @@
+#include "frame/waiting.h"
 #include "threads/thread_control.h"
 #include <verrick/worker_thread.h>
 
@@ -7,7 +8,6 @@ namespace {
 
 constexpr int kStopPollMs = 1;
 constexpr int kStuckCallbackMs = 1000;
-constexpr int kForever = -1;
 
 } // namespace
 
@@ -64,7 +64,7 @@ void DWorkerThread::Run() {
             return;
         }
         Work work; // NOLINT(cppcoreguidelines-pro-type-member-init): TakeWork fills it
-        if (m_workEvent.Wait(kForever) != WAIT_RESULT_OK || !TakeWork(work)) {
+        if (m_workEvent.Wait(verrick::kForever) != WAIT_RESULT_OK || !TakeWork(work)) {
             continue;
         }
         if (work.callback != nullptr) {

@@ -10,6 +10,7 @@
 #define VERRICK_CRITICAL_SECTION_H
 
 #include <verrick/detail/api.h>
+#include <verrick/detail/thread_annotations.h>
 
 #include <pthread.h>
 
@@ -17,17 +18,17 @@
  * Every operation may be called from any thread. The owner destroys a section when no thread is
  * inside it or on its way in.
  */
-class VERRICK_API DCriticalSection {
+class VERRICK_API VERRICK_LOCK DCriticalSection {
 public:
     /** Makes a free section. A failure of the POSIX calls is not reported. */
     DCriticalSection();
     ~DCriticalSection();
 
     /** Waits for ever until the section is free and takes it. Does nothing if the caller has it. */
-    void Enter();
+    void Enter() VERRICK_ACQUIRE();
 
     /** Frees the section. Does nothing if the caller doesn't have it. */
-    void Leave();
+    void Leave() VERRICK_RELEASE();
 
     DCriticalSection(DCriticalSection const&) = delete;
     DCriticalSection& operator=(DCriticalSection const&) = delete;
@@ -38,11 +39,11 @@ private:
 };
 
 /** Holds a critical section for a scope, and leaves it on every way out, an exception included. */
-class VERRICK_API DMonitor {
+class VERRICK_API VERRICK_SCOPED_LOCK DMonitor {
 public:
     /** Enters the section, which the monitor doesn't own and which must outlive it. */
-    explicit DMonitor(DCriticalSection& section);
-    ~DMonitor();
+    explicit DMonitor(DCriticalSection& section) VERRICK_ACQUIRE(section);
+    ~DMonitor() VERRICK_RELEASE();
 
     DMonitor(DMonitor const&) = delete;
     DMonitor& operator=(DMonitor const&) = delete;

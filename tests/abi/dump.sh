@@ -20,7 +20,7 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
 # No exported class is forgotten.
-grep -rhoE '^class VERRICK_API [A-Za-z]+' "$include" | awk '{print $3}' | sort >"$work/classes"
+grep -rhoE '^class VERRICK_API (VERRICK_[A-Z_]+ )?[A-Za-z]+' "$include" | awk '{print $NF}' | sort >"$work/classes"
 awk '/^(class|record|interface)/ {print $2}' "$here/records.txt" | sort >"$work/listed"
 comm -23 "$work/classes" "$work/listed" | sed 's/$/ is missing in records.txt/' >"$work/missing"
 [ ! -s "$work/missing" ] || { cat "$work/missing" >&2; exit 1; }

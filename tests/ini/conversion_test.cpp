@@ -8,7 +8,7 @@
 #include <tuple>
 #include <vector>
 
-#include "ini/narrow.h"
+#include "strings/text_conversion.h"
 
 namespace {
 
