@@ -39,7 +39,8 @@ public:
      * Returns whether a library is loaded afterwards. If the loader refuses the name, a line on
      * standard output tells its reason. Nothing is loaded or printed for a name that is null, too
      * long or can't be converted. The result is then false, unless the loader refused to unload the
-     * library before.
+     * library before. After such a refusal a name that loads takes the place of the old library,
+     * which stays in the process.
      */
     virtual bool Load(wchar_t const* libraryName) = 0;
 
