@@ -120,6 +120,7 @@ DWORD WINAPI EndLate(LPVOID) {
 }
 
 TEST(Win32, WaitForAThreadCoversTheEndOfItsLocalStorage) {
+    ResetEvent(g_go);
     HANDLE const thread = CreateThread(NULL, 0, EndLate, NULL, 0, NULL);
     EXPECT_EQ(WaitForSingleObject(thread, 20), WAIT_TIMEOUT);
     unsigned long otherResult = WAIT_FAILED;
@@ -132,8 +133,8 @@ TEST(Win32, WaitForAThreadCoversTheEndOfItsLocalStorage) {
 }
 
 TEST(Win32, ClosingAThreadHandleLeavesTheThreadRunning) {
-    static HANDLE const ran =
-        CreateEvent(NULL, TRUE, FALSE, NULL); // the thread may outlive the test
+    // Never closed, because the thread may outlive the test.
+    static HANDLE const ran = CreateEvent(NULL, TRUE, FALSE, NULL);
     HANDLE const thread = CreateThread(NULL, 0, SetAndEnd, ran, CREATE_SUSPENDED, NULL);
     ResumeThread(thread);
     EXPECT_EQ(CloseHandle(thread), 1);
