@@ -25,11 +25,6 @@ struct MsgQueue {
     char* m_store;               /**< owned; the pointer is constant after creation */
     int m_putIndex;              /**< guarded by the lock, like the next */
     int m_getIndex;              /**< the slot of the next receive */
-    int m_lockState;             /**< who has the lock, if anybody; guarded by the event's mutex */
-    int m_announcedSenders;      /**< blocked or about to be; guarded by the lock, like the next */
-    int m_announcedReceivers;    /**< the same for receivers */
-    unsigned int m_moves;        /**< sends and receives that moved a message, wrapping; likewise */
-    std::atomic<int> m_looking;  /**< those of them that come for the lock; falls under it only */
 };
 
 #endif
