@@ -192,15 +192,10 @@ TEST_F(MessageQueue, OfCapacityZeroIsAlwaysFullAndAlwaysEmpty) {
     EXPECT_EQ(Receive(5), "-1");
 }
 
-TEST_F(MessageQueue, LeavesErrnoAlone) {
+TEST_F(MessageQueue, LeavesErrnoAloneWhenTheTimeRunsOut) {
     errno = 0;
     EXPECT_EQ(Receive(5), "-1");
     EXPECT_EQ(errno, 0);
-    for (int granted = 0; granted < 4; ++granted) { // a record and three events, at least
-        MemoryShortage const shortage(granted);
-        EXPECT_EQ(MsgQCreate(2, 8), nullptr) << granted;
-        EXPECT_EQ(errno, 0) << granted;
-    }
 }
 
 TEST(MessageQueueCreation, RefusesSizesThatCannotBe) {
@@ -208,6 +203,14 @@ TEST(MessageQueueCreation, RefusesSizesThatCannotBe) {
     EXPECT_EQ(MsgQCreate(1, 0xFFFFFFFC), nullptr);
     EXPECT_EQ(MsgQCreate(INT_MAX, 16), nullptr);
     EXPECT_EQ(MsgQCreate(0, 0x80000000), nullptr); // a receive couldn't tell this length
+}
+
+TEST(MessageQueueCreation, ThatFailsReturnsNullAndLeavesErrnoAlone) {
+    errno = 0;
+    for (int granted = 0; granted < 5; ++granted) { // a record, a store and three events
+        EXPECT_EQ(WithMemoryFor(granted, [] { return MsgQCreate(2, 8); }), nullptr) << granted;
+        EXPECT_EQ(errno, 0) << granted;
+    }
 }
 
 TEST(NullMessageQueue, IsAnsweredByEveryCall) {

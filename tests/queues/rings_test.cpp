@@ -92,9 +92,8 @@ TEST(RingCreation, ThatFailsReturnsNullAndLeavesErrnoAlone) {
     errno = 0;
     EXPECT_EQ(RingCreate(-1), nullptr);
     for (int granted = 0; granted < 2; ++granted) { // the record and the store
-        MemoryShortage const shortage(granted);
-        EXPECT_EQ(RingCreate(64), nullptr);
-        EXPECT_EQ(errno, 0);
+        EXPECT_EQ(WithMemoryFor(granted, [] { return RingCreate(64); }), nullptr) << granted;
+        EXPECT_EQ(errno, 0) << granted;
     }
 }
 
