@@ -36,7 +36,15 @@ public:
     Queue& operator=(Queue const&) = delete;
 
     void Lock() VERRICK_ACQUIRE() { pthread_mutex_lock(&m_mutex); }
-    void Unlock() VERRICK_RELEASE() { pthread_mutex_unlock(&m_mutex); }
+
+    // Touches nothing of the queue once the lock is free: another thread may delete it then.
+    void Unlock() VERRICK_RELEASE() {
+        WaitingCall* const woken = m_waiting.TakeWoken();
+        pthread_mutex_unlock(&m_mutex);
+        if (woken != nullptr) {
+            woken->Post();
+        }
+    }
 
     verrick::WaitingSides m_waiting VERRICK_GUARDED_BY(this);
 
@@ -126,8 +134,12 @@ public:
             Unlocked const unlocked(m_queue);
             m_call.Sleep(deadline);
         } while (!m_call.IsWoken() && IsBefore(deadline, m_call.Deadline()));
-        m_looksAgain = m_call.IsWoken();
-        return m_looksAgain;
+        if (!m_call.IsWoken()) {
+            return false;
+        }
+        m_call.AwaitPost();
+        m_looksAgain = true;
+        return true;
     }
 
 private:

@@ -9,13 +9,15 @@
 namespace verrick {
 
 WaitingCall::WaitingCall(Side side, std::uint32_t timeoutMs)
-    : m_wakeUp(), m_side(side), m_timeoutMs(timeoutMs) {
-    sem_init(&m_wakeUp, 0, 0);
+    : m_post(), m_side(side), m_timeoutMs(timeoutMs) {
+    sem_init(&m_post, 0, 0);
 }
 
-// The post that woke the call is complete, because it was made under the lock.
 WaitingCall::~WaitingCall() {
-    sem_destroy(&m_wakeUp);
+    if (m_isWoken) {
+        AwaitPost(); // it may be missing after a cancellation
+    }
+    sem_destroy(&m_post);
 }
 
 void WaitingCall::StartTime() {
@@ -25,13 +27,23 @@ void WaitingCall::StartTime() {
 }
 
 // A signal handler doesn't end the wait.
-void WaitingCall::Sleep(timespec const& deadline) {
+void WaitingCall::TakePost(timespec const* deadline) {
     ErrnoKept const kept;
     int result = 0;
     do {
-        result =
-            m_timeoutMs == INFINITE ? sem_wait(&m_wakeUp) : sem_timedwait(&m_wakeUp, &deadline);
+        result = deadline == nullptr ? sem_wait(&m_post) : sem_timedwait(&m_post, deadline);
     } while (result != 0 && errno == EINTR);
+    m_hasPost = result == 0;
+}
+
+void WaitingCall::Sleep(timespec const& deadline) {
+    TakePost(m_timeoutMs == INFINITE ? nullptr : &deadline);
+}
+
+void WaitingCall::AwaitPost() {
+    if (!m_hasPost) {
+        TakePost(nullptr);
+    }
 }
 
 void WaitingSides::Add(WaitingCall& call) {
@@ -43,6 +55,7 @@ void WaitingSides::Add(WaitingCall& call) {
     }
     ++m_count;
     call.m_isWoken = false;
+    call.m_hasPost = false;
     call.StartTime();
 }
 
@@ -53,14 +66,14 @@ bool WaitingSides::WakeOldest(Side side) {
     }
     --m_count;
     call->m_isWoken = true;
-    sem_post(&call->m_wakeUp);
+    m_woken = call;
     return true;
 }
 
 void WaitingSides::Moved(Side helped) {
-    Side const other = helped == kSenders ? kReceivers : kSenders;
-    if (!WakeOldest(helped) && !m_lists[other].IsEmpty()) {
-        static_cast<WaitingCall*>(m_lists[other].Next(nullptr))->StartTime();
+    DList& others = m_lists[helped == kSenders ? kReceivers : kSenders];
+    if (!WakeOldest(helped) && !others.IsEmpty()) {
+        static_cast<WaitingCall*>(others.Next(nullptr))->StartTime();
     }
 }
 

@@ -141,6 +141,8 @@ static void HoldUp(int /*signal*/) {
 }
 
 TEST_F(MessageQueue, PassesOnTheWakeUpOfACancelledReceiver) {
+    s_isHeldUp = false;
+    s_goesOn = false;
     std::signal(SIGUSR1, HoldUp);
     auto const receive = [](void* shared) -> void* {
         MsgQReceive(static_cast<MsgQueue*>(shared), nullptr, 0, INFINITE);

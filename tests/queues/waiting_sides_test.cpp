@@ -55,10 +55,17 @@ struct Model {
             thread.wait.reset();
             thread.isCancelled = step == kIsCancelled;
         }
+        if (verrick::WaitingCall* const woken = sides.TakeWoken()) {
+            woken->Post();
+        }
         std::erase_if(asleep, [this](int each) { return !threads[each].IsAsleep(); });
     }
 
+    // A post that doesn't come shows as the test's own time-out.
     void Look(int number, ModelThread& thread) {
+        if (thread.IsWoken()) {
+            thread.wait->AwaitPost();
+        }
         if (Supply(thread.side) == 0) {
             asleep.insert(thread.IsWoken() ? asleep.begin() : asleep.end(), number);
             if (!thread.wait) {
