@@ -1,14 +1,11 @@
 // Queues, and rings in a process with threads, against what one would write instead and against
 // other libraries.
-#include "rings.h"
-
-#include <verrick/queues.h>
+#include "rings_and_queues.h"
 
 #include <Poco/AutoPtr.h>
 #include <Poco/Notification.h>
 #include <Poco/NotificationQueue.h>
 #include <benchmark/benchmark.h>
-#include <boost/interprocess/ipc/message_queue.hpp>
 #include <glib.h>
 
 #include <condition_variable>
@@ -21,7 +18,6 @@
 #include <vector>
 
 #include <sys/resource.h>
-#include <unistd.h>
 
 namespace {
 
@@ -64,50 +60,7 @@ void RingTwoThreads(benchmark::State& state) {
 BENCHMARK(RingTwoThreads<VerrickRing>)->Name("RingTwoThreads64/Verrick")->UseRealTime();
 BENCHMARK(RingTwoThreads<MutexRing>)->Name("RingTwoThreads64/mutex_ring")->UseRealTime();
 
-// The queues, each with the same two operations.
-constexpr int kCapacity = 64;
-
-class VerrickQueue {
-public:
-    explicit VerrickQueue(int capacity) : m_queue(MsgQCreate(capacity, sizeof(Message))) {}
-    ~VerrickQueue() { MsgQDelete(m_queue); }
-    VerrickQueue(VerrickQueue const&) = delete;
-    VerrickQueue& operator=(VerrickQueue const&) = delete;
-
-    void Send(Message const& message) {
-        MsgQSend(m_queue, message.data(), sizeof message, INFINITE, 0);
-    }
-    void Receive(Message& message) {
-        MsgQReceive(m_queue, message.data(), sizeof message, INFINITE);
-    }
-
-private:
-    MsgQueue* m_queue;
-};
-
-class BoostQueue {
-    using Queue = boost::interprocess::message_queue;
-
-public:
-    explicit BoostQueue(std::size_t capacity)
-        : m_name("verrick_bench_" + std::to_string(getpid())),
-          m_queue(boost::interprocess::create_only, m_name.c_str(), capacity, sizeof(Message)) {}
-    ~BoostQueue() { Queue::remove(m_name.c_str()); }
-    BoostQueue(BoostQueue const&) = delete;
-    BoostQueue& operator=(BoostQueue const&) = delete;
-
-    void Send(Message const& message) { m_queue.send(message.data(), sizeof message, 0); }
-    void Receive(Message& message) {
-        Queue::size_type received = 0;
-        unsigned int priority = 0;
-        m_queue.receive(message.data(), sizeof message, received, priority);
-    }
-
-private:
-    std::string m_name;
-    Queue m_queue;
-};
-
+// A queue as one would write it with a mutex and two conditions.
 class DequeQueue {
 public:
     explicit DequeQueue(std::size_t capacity) : m_capacity(capacity) {}
@@ -172,19 +125,9 @@ private:
     Poco::NotificationQueue m_queue;
 };
 
-template<typename Queue>
-void OneThread(benchmark::State& state) {
-    Queue queue(kCapacity);
-    Message message{};
-    for (auto _ : state) {
-        queue.Send(message);
-        queue.Receive(message);
-        benchmark::ClobberMemory();
-    }
-}
-BENCHMARK(OneThread<VerrickQueue>)->Name("QueueOneThread64/Verrick");
-BENCHMARK(OneThread<BoostQueue>)->Name("QueueOneThread64/boost_message_queue");
-BENCHMARK(OneThread<DequeQueue>)->Name("QueueOneThread64/mutex_deque");
+BENCHMARK(QueueOneThread<VerrickQueue>)->Name("QueueAmongThreads64/Verrick");
+BENCHMARK(QueueOneThread<BoostQueue>)->Name("QueueAmongThreads64/boost_message_queue");
+BENCHMARK(QueueOneThread<DequeQueue>)->Name("QueueAmongThreads64/mutex_deque");
 
 // One message for each iteration goes to a receiver that takes all of them.
 template<typename Queue>

@@ -91,7 +91,9 @@ public:
 
     // The call that was woken since the last TakeWoken, or null. Whoever frees the lock takes it
     // first, and posts it afterwards. Nobody wakes two calls while holding the lock once.
-    WaitingCall* TakeWoken() { return std::exchange(m_woken, nullptr); }
+    WaitingCall* TakeWoken() {
+        return m_woken == nullptr ? nullptr : std::exchange(m_woken, nullptr);
+    }
 
 private:
     // Returns false if no call of the side is listed.

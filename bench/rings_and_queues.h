@@ -1,6 +1,8 @@
-// The rings that the benchmarks compare, each with the same two operations.
+// What both programs of rings and queues measure: the rings and the queues, each with the same two
+// operations, and the benchmarks of one thread.
 #pragma once
 
+#include <verrick/queues.h>
 #include <verrick/rings.h>
 
 #include <algorithm>
@@ -9,8 +11,12 @@
 #include <cstring>
 #include <memory>
 #include <mutex>
+#include <string>
 
 #include <benchmark/benchmark.h>
+#include <boost/interprocess/ipc/message_queue.hpp>
+
+#include <unistd.h>
 
 constexpr std::size_t kRingBytes = 4096;
 constexpr std::size_t kMessageBytes = 64;
@@ -75,6 +81,61 @@ void RingOneThread(benchmark::State& state) {
     for (auto _ : state) {
         ring.Put(message.data(), bytes);
         ring.Get(message.data(), bytes);
+        benchmark::ClobberMemory();
+    }
+}
+
+constexpr int kCapacity = 64;
+
+class VerrickQueue {
+public:
+    explicit VerrickQueue(int capacity) : m_queue(MsgQCreate(capacity, sizeof(Message))) {}
+    ~VerrickQueue() { MsgQDelete(m_queue); }
+    VerrickQueue(VerrickQueue const&) = delete;
+    VerrickQueue& operator=(VerrickQueue const&) = delete;
+
+    void Send(Message const& message) {
+        MsgQSend(m_queue, message.data(), sizeof message, INFINITE, 0);
+    }
+    void Receive(Message& message) {
+        MsgQReceive(m_queue, message.data(), sizeof message, INFINITE);
+    }
+
+private:
+    MsgQueue* m_queue;
+};
+
+class BoostQueue {
+    using Queue = boost::interprocess::message_queue;
+
+public:
+    explicit BoostQueue(std::size_t capacity)
+        : m_name("verrick_bench_" + std::to_string(getpid())),
+          m_queue(boost::interprocess::create_only, m_name.c_str(), capacity, sizeof(Message)) {}
+    ~BoostQueue() { Queue::remove(m_name.c_str()); }
+    BoostQueue(BoostQueue const&) = delete;
+    BoostQueue& operator=(BoostQueue const&) = delete;
+
+    void Send(Message const& message) { m_queue.send(message.data(), sizeof message, 0); }
+    void Receive(Message& message) {
+        Queue::size_type received = 0;
+        unsigned int priority = 0;
+        m_queue.receive(message.data(), sizeof message, received, priority);
+    }
+
+private:
+    std::string m_name;
+    Queue m_queue;
+};
+
+// Each iteration sends and receives one message.
+template<typename Queue>
+void QueueOneThread(benchmark::State& state) {
+    Queue queue(kCapacity);
+    Message message{};
+    for (auto _ : state) {
+        queue.Send(message);
+        queue.Receive(message);
         benchmark::ClobberMemory();
     }
 }
