@@ -41,8 +41,9 @@ target_sources(Verrick PRIVATE
     handles/flat_critical_section.cpp
     handles/handles.cpp
 
-    queues/message_queue.cpp
-    queues/ring.cpp
+    queues/queues.cpp
+    queues/rings.cpp
+    queues/waiting_sides.cpp
 
     strings/debug.cpp
     strings/printing.cpp
