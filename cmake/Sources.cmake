@@ -10,15 +10,18 @@ target_sources(Verrick PRIVATE
     frame/sleep.cpp
     frame/version.cpp
 
+    threads/listener_call.cpp
     threads/scheduling.cpp
     threads/tasks.cpp
     threads/thread.cpp
     threads/thread_control.cpp
     threads/thread_impl.cpp
+    threads/signals.cpp
     threads/time_manager.cpp
+    threads/time_manager_impl.cpp
     threads/time_primitives.cpp
     threads/timer_dispatch.cpp
-    threads/timer_engine.cpp
+    threads/timer_index.cpp
     threads/worker_thread.cpp
 
     ini/conversion.cpp
