@@ -31,7 +31,9 @@ list(JOIN symbols ";\n    " symbols)
 string(REPLACE "@PTR@" "${CMAKE_SIZEOF_VOID_P}" symbols "${symbols}")
 file(CONFIGURE OUTPUT ${export_map} CONTENT "{\n  global:\n    @symbols@;\n  local:\n    *;\n};\n" @ONLY)
 set_property(TARGET Verrick APPEND PROPERTY LINK_DEPENDS ${export_map})
+# The object stays loaded after dlclose: a detached thread may still be on its last instructions.
 target_link_options(Verrick PRIVATE
     "LINKER:--version-script=${export_map}"
     LINKER:-Bsymbolic-functions
-    LINKER:-z,relro,-z,now)
+    LINKER:-z,relro,-z,now
+    LINKER:-z,nodelete)

@@ -10,10 +10,11 @@ target_sources(Verrick PRIVATE
     frame/sleep.cpp
     frame/version.cpp
 
+    threads/object_use.cpp
+    threads/run_lookup.cpp
     threads/scheduling.cpp
     threads/tasks.cpp
     threads/thread.cpp
-    threads/thread_control.cpp
     threads/thread_impl.cpp
     threads/time_manager.cpp
     threads/time_primitives.cpp

@@ -1,6 +1,6 @@
 #include "frame/limits.h"
 #include "frame/waiting.h"
-#include "threads/thread_control.h"
+#include "threads/object_use.h"
 #include <verrick/timers.h>
 
 #include <algorithm>
@@ -17,20 +17,19 @@ DTimerDispatch::DTimerDispatch()
     : DThread("TimerDispatch Thread", kPriority, verrick::kSmallestStackBytes, kCreateParked),
       m_queueEvent(false, false), m_peakQueueLength(0), m_pool(new TimerListItem[kPoolSize]) {
     std::for_each(m_pool, m_pool + kPoolSize, [](TimerListItem& item) { item.m_inUse = false; });
-    verrick::ThreadControl::Of(*this).KeepVisitInRun();
 }
 
 // A thread that is waiting for work is woken and sees that the object is closing. From a listener,
 // this is the dispatch thread itself: it sees it when that listener returns.
 DTimerDispatch::~DTimerDispatch() {
-    verrick::ThreadControl& control = verrick::ThreadControl::Of(*this);
-    control.BeginClosing();
+    verrick::ObjectUse& use = verrick::ObjectUse::Of(*this);
+    use.Forbid();
     {
         DMonitor monitor(m_csQueue);
         m_queueEvent.Signal();
     }
     DThread::Kill();
-    control.AwaitDeparture();
+    use.WaitUntilUnused();
     delete[] m_pool;
 }
 
@@ -73,16 +72,16 @@ void DTimerDispatch::FlushQueue(ITimerListener* listener, unsigned int id) {
 // them. A listener that destroys the object closes it, and then nothing of it is looked at any
 // more.
 void DTimerDispatch::Run() {
-    verrick::Visit const visit = verrick::Visit::OfRun(*this);
-    while (visit.IsOpen()) {
+    verrick::UseScope use = verrick::UseScope::OfRun(*this);
+    while (use.IsAllowed()) {
         m_queueEvent.Wait(verrick::kForever);
-        bool more = visit.IsOpen();
+        bool more = use.IsAllowed();
         while (more) {
             TimerListItem* const item = TakeHead();
             if (item != nullptr) {
                 item->m_listener->OnTimerExpired(item->m_id);
             }
-            more = visit.IsOpen() && RetireSlot(item);
+            more = use.IsAllowed() && RetireSlot(item);
         }
     }
 }

@@ -1,5 +1,5 @@
 #include "frame/limits.h"
-#include "threads/thread_control.h"
+#include "threads/object_use.h"
 #include <verrick/time_primitives.h>
 #include <verrick/timers.h>
 
@@ -36,16 +36,15 @@ DTimeManagerImpl::DTimeManagerImpl(int priority)
     m_dispatch = new DTimerDispatch;
     static_cast<void>(timer.release());
     m_dispatch->Start();
-    verrick::ThreadControl::Of(*this).KeepVisitInRun();
     DThread::Start();
 }
 
 DTimeManagerImpl::~DTimeManagerImpl() {
-    verrick::ThreadControl& control = verrick::ThreadControl::Of(*this);
-    control.BeginClosing();
+    verrick::ObjectUse& use = verrick::ObjectUse::Of(*this);
+    use.Forbid();
     FreeTimers();
     DThread::Kill();
-    control.AwaitDeparture();
+    use.WaitUntilUnused();
     delete m_dispatch;
     DTimeManagerImplCallouts__DestroyPeriodicTimer(&m_periodicTimer);
     FreeTimers(); // which a listener call under way, now over, may have made
@@ -161,9 +160,9 @@ unsigned int DTimeManagerImpl::GetResolution() {
 // The whole loop is one visit to the object, so that the destructor, which waits for its end, is
 // held up by a tick at most.
 void DTimeManagerImpl::Run() {
-    verrick::Visit const visit = verrick::Visit::OfRun(*this);
-    while (visit.IsOpen()) {
-        if (DTimeManagerImplCallouts__WaitForTimerExpiration(m_periodicTimer) && visit.IsOpen()) {
+    verrick::UseScope const use = verrick::UseScope::OfRun(*this);
+    while (use.IsAllowed()) {
+        if (DTimeManagerImplCallouts__WaitForTimerExpiration(m_periodicTimer) && use.IsAllowed()) {
             Tick();
         }
     }
