@@ -11,12 +11,13 @@ target_sources(Verrick PRIVATE
     frame/version.cpp
 
     threads/listener_call.cpp
+    threads/object_use.cpp
+    threads/run_lookup.cpp
     threads/scheduling.cpp
+    threads/signals.cpp
     threads/tasks.cpp
     threads/thread.cpp
-    threads/thread_control.cpp
     threads/thread_impl.cpp
-    threads/signals.cpp
     threads/time_manager.cpp
     threads/time_manager_impl.cpp
     threads/time_primitives.cpp

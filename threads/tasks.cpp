@@ -3,7 +3,7 @@
 #include "threads/scheduling.h"
 
 #include <cstdint>
-#include <cstring>
+#include <new>
 #include <pthread.h>
 
 namespace {
@@ -19,7 +19,11 @@ static_assert(sizeof(Entry) == sizeof(Word));
 
 int ThreadSpawn(Entry entry, void* argument, int priority, long /*reserved1*/, long /*reserved2*/,
                 int stackSize) {
-    auto* const block = new Word[kBlockWords]{};
+    auto* const block = new (std::nothrow) Word[kBlockWords]{};
+    if (entry == nullptr || block == nullptr) {
+        delete[] block;
+        return 0;
+    }
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
     pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);

@@ -1,7 +1,7 @@
 // The timer engine: its clock, its tick, and the operations on timers.
 #include "frame/limits.h"
+#include "threads/object_use.h"
 #include "threads/signals.h"
-#include "threads/thread_control.h"
 #include "threads/timer_dispatch.h"
 #include "threads/timer_index.h"
 #include <verrick/time_primitives.h>
@@ -79,16 +79,15 @@ DTimeManagerImpl::DTimeManagerImpl(int priority)
     m_parts = parts.release();
     m_dispatch = dispatch.release();
     m_dispatch->Start();
-    verrick::ThreadControl::Of(*this).KeepVisitInRun();
     DThread::Start();
 }
 
 DTimeManagerImpl::~DTimeManagerImpl() {
-    verrick::ThreadControl& control = verrick::ThreadControl::Of(*this);
-    control.BeginClosing();
+    verrick::ObjectUse& use = verrick::ObjectUse::Of(*this);
+    use.Forbid();
     Parts::FreeTimers(*this);
     DThread::Kill();
-    control.AwaitDeparture();
+    use.WaitUntilUnused();
     delete m_dispatch;
     DTimeManagerImplCallouts__DestroyPeriodicTimer(&m_periodicTimer);
     Parts::FreeTimers(*this); // those that a listener made meanwhile
@@ -205,11 +204,11 @@ unsigned int DTimeManagerImpl::GetResolution() {
     return m_resolution;
 }
 
-// The whole loop is one visit to the object. The destructor waits for its end, a tick at most.
+// The whole loop is one use of the object. The destructor waits for its end, a tick at most.
 void DTimeManagerImpl::Run() {
-    verrick::Visit const visit = verrick::Visit::OfRun(*this);
-    while (visit.IsOpen()) {
-        if (DTimeManagerImplCallouts__WaitForTimerExpiration(m_periodicTimer) && visit.IsOpen()) {
+    verrick::UseScope const use = verrick::UseScope::OfRun(*this);
+    while (use.IsAllowed()) {
+        if (DTimeManagerImplCallouts__WaitForTimerExpiration(m_periodicTimer) && use.IsAllowed()) {
             Parts::Tick(*this);
         }
     }

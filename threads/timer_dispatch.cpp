@@ -2,8 +2,8 @@
 
 #include "frame/limits.h"
 #include "frame/waiting.h"
+#include "threads/object_use.h"
 #include "threads/signals.h"
-#include "threads/thread_control.h"
 
 #include <algorithm>
 #include <bit>
@@ -38,7 +38,6 @@ DTimerDispatch::DTimerDispatch()
     auto pool = std::make_unique<TimerListItem[]>(verrick::FreeEntries::kCount);
     m_parts = new Parts;
     m_pool = pool.release();
-    verrick::ThreadControl::Of(*this).KeepVisitInRun();
 }
 
 // 1. No listener is called from here on. A thread that waits for work wakes up and ends.
@@ -46,15 +45,15 @@ DTimerDispatch::DTimerDispatch()
 // 3. If it doesn't, its thread is let go. The thread is outside the object during a call, and looks
 //    at nothing of it afterwards.
 DTimerDispatch::~DTimerDispatch() {
-    verrick::ThreadControl& control = verrick::ThreadControl::Of(*this);
-    control.BeginClosing();
+    verrick::ObjectUse& use = verrick::ObjectUse::Of(*this);
+    use.Forbid();
     {
         DMonitor queue(m_csQueue);
         m_queueEvent.Signal();
     }
     m_parts->m_call->AwaitEnd();
     DThread::Kill();
-    control.AwaitDeparture();
+    use.WaitUntilUnused();
     delete m_parts;
     delete[] m_pool;
 }
@@ -118,10 +117,10 @@ void DTimerDispatch::Parts::AwaitEndOfCall(DTimerDispatch& dispatch, ITimerListe
 // The loop is inside the object but for the calls of listeners. After a call it looks first whether
 // it may come back: a listener may have destroyed the object, or taken too long.
 void DTimerDispatch::Run() {
-    verrick::Visit visit = verrick::Visit::OfRun(*this);
-    while (visit.IsOpen()) {
+    verrick::UseScope use = verrick::UseScope::OfRun(*this);
+    while (use.IsAllowed()) {
         m_queueEvent.Wait(verrick::kForever);
-        bool isMore = visit.IsOpen();
+        bool isMore = use.IsAllowed();
         while (isMore) {
             TimerListItem* const item = Parts::BeginDelivery(*this);
             if (item != nullptr) {
@@ -129,15 +128,15 @@ void DTimerDispatch::Run() {
                 verrick::EndOfListenerCall const end(call);
                 ITimerListener* const listener = item->m_listener;
                 unsigned int const id = item->m_id;
-                if (!visit.LeaveForCallback()) {
+                if (!use.PauseForCallback()) {
                     return;
                 }
                 listener->OnTimerExpired(id);
-                if (!visit.Return()) {
+                if (!use.Resume()) {
                     return;
                 }
             }
-            isMore = visit.IsOpen() && Parts::EndDelivery(*this, item);
+            isMore = use.IsAllowed() && Parts::EndDelivery(*this, item);
         }
     }
 }

@@ -1,5 +1,5 @@
 #include "frame/waiting.h"
-#include "threads/thread_control.h"
+#include "threads/object_use.h"
 #include <verrick/worker_thread.h>
 
 #include <cstring>
@@ -7,7 +7,6 @@
 namespace {
 
 constexpr int kStopPollMs = 1;
-constexpr int kStuckCallbackMs = 1000;
 
 } // namespace
 
@@ -21,20 +20,21 @@ struct DWorkerThread::Work {
 DWorkerThread::DWorkerThread(char const* name, int priority, int stackSize, int flags)
     : DThread(name, priority, stackSize, flags), m_data{}, m_busy(false), m_workEvent(false, true),
       m_stopEvent(false, false), m_callback(nullptr), m_pending(false) {
-    verrick::ThreadControl::Of(*this).KeepVisitInRun();
     DThread::Start();
 }
 
-// An idle worker waits for work, so it is woken too, and finds none.
+// An idle worker waits for work, so it is woken too, and finds none. A thread that can't be waited
+// for is let go: one that is still parked, one in a callback that takes too long or in a Run of a
+// derived class, and the calling thread.
 DWorkerThread::~DWorkerThread() {
-    verrick::ThreadControl& control = verrick::ThreadControl::Of(*this);
-    control.BeginClosing();
+    verrick::ObjectUse& use = verrick::ObjectUse::Of(*this);
+    use.Forbid();
     m_stopEvent.Signal();
     m_workEvent.Signal();
-    if (DThread::WaitForThreadDeath(kStuckCallbackMs) == WAIT_RESULT_TIMEOUT) {
+    if (DThread::WaitForThreadDeath(verrick::kStuckCallMs) != WAIT_RESULT_OK) {
         DThread::Kill();
     }
-    control.AwaitDeparture();
+    use.WaitUntilUnused();
 }
 
 IWorkerCallbackObj* DWorkerThread::AddCallbackObject(IWorkerCallbackObj* callback) {
@@ -46,7 +46,7 @@ IWorkerCallbackObj* DWorkerThread::AddCallbackObject(IWorkerCallbackObj* callbac
 
 bool DWorkerThread::DoWork(signed char size, void* data) {
     DMonitor monitor(m_csWork);
-    if (size <= 0) {
+    if (size <= 0 || data == nullptr) {
         return false;
     }
     m_busy = true;
@@ -56,10 +56,10 @@ bool DWorkerThread::DoWork(signed char size, void* data) {
     return true;
 }
 
-// The whole loop is one visit to the object, interrupted for callbacks alone.
+// The loop uses the object, but not while a callback is under way.
 void DWorkerThread::Run() {
-    verrick::Visit visit = verrick::Visit::OfRun(*this);
-    while (visit.IsOpen()) {
+    verrick::UseScope use = verrick::UseScope::OfRun(*this);
+    while (use.IsAllowed()) {
         if (m_stopEvent.Wait(kStopPollMs) == WAIT_RESULT_OK) {
             return;
         }
@@ -68,11 +68,11 @@ void DWorkerThread::Run() {
             continue;
         }
         if (work.callback != nullptr) {
-            if (!visit.LeaveForCallback()) {
+            if (!use.PauseForCallback()) {
                 return;
             }
             work.callback->DoCallback(work.data);
-            if (!visit.Return()) {
+            if (!use.Resume()) {
                 return;
             }
         }

@@ -27,7 +27,7 @@
 class DThreadImpl;
 
 namespace verrick {
-class ThreadControl;
+class ObjectUse;
 }
 
 /** The interface of threads. */
@@ -122,7 +122,7 @@ public:
 
 private:
     friend class DThreadImpl;
-    friend class verrick::ThreadControl;
+    friend class verrick::ObjectUse;
 
     DThreadImpl* m_impl; /* owned */
 };
@@ -153,14 +153,11 @@ public:
     void PreRun();
 
 private:
-    friend class verrick::ThreadControl;
+    friend class verrick::ObjectUse;
+    enum class State : unsigned char;
+    struct Steps;
     class JoinTurn;
-
-    bool AwaitRelease();
-    void StoreName(char const* name);
-    void ApplyName(pthread_t thread);
-    int AwaitOtherJoin(timespec const* deadline);
-    int Join(timespec const* deadline);
+    class ThreadScope;
 
     /*
      * The atomic words are read and written without a lock. They order nothing: what the new
@@ -178,9 +175,11 @@ private:
     std::atomic<int> m_started; /* each 0 or 1, and never cleared */
     std::atomic<int> m_joined;
     std::atomic<int> m_killed;
-    int m_waiters;                     /* callers in WaitForThreadDeath; guarded by m_deathMutex */
-    bool m_joining;                    /* one of them joins; guarded by m_deathMutex */
-    verrick::ThreadControl* m_control; /* shared with the POSIX thread; constant */
+    int m_waiters;             /* callers in WaitForThreadDeath; guarded by m_deathMutex */
+    State m_state;             /* guarded by m_deathMutex */
+    bool m_joining;            /* somebody joins the thread; guarded by m_deathMutex */
+    bool m_hasEnded;           /* the thread is past Run; guarded by m_deathMutex */
+    verrick::ObjectUse* m_use; /* shared with the POSIX thread; constant */
 };
 
 #endif
