@@ -91,8 +91,8 @@ void CreateDestroyAsio(benchmark::State& state) {
     std::vector<std::unique_ptr<boost::asio::steady_timer>> others;
     auto const pending = static_cast<int>(state.range(0));
     auto const create = [&](int afterMs) {
-        auto timer = std::make_unique<boost::asio::steady_timer>(
-            loop, std::chrono::milliseconds(afterMs));
+        auto timer =
+            std::make_unique<boost::asio::steady_timer>(loop, std::chrono::milliseconds(afterMs));
         timer->async_wait([](boost::system::error_code const&) {});
         return timer;
     };
@@ -108,9 +108,18 @@ void CreateDestroyAsio(benchmark::State& state) {
     }
 }
 
-BENCHMARK(CreateDestroyVerrick)->Name("TimerCreateDestroy/Verrick")->RangeMultiplier(10)->Range(100, 10000);
-BENCHMARK(CreateDestroyUv)->Name("TimerCreateDestroy/libuv")->RangeMultiplier(10)->Range(100, 10000);
-BENCHMARK(CreateDestroyAsio)->Name("TimerCreateDestroy/asio")->RangeMultiplier(10)->Range(100, 10000);
+BENCHMARK(CreateDestroyVerrick)
+    ->Name("TimerCreateDestroy/Verrick")
+    ->RangeMultiplier(10)
+    ->Range(100, 10000);
+BENCHMARK(CreateDestroyUv)
+    ->Name("TimerCreateDestroy/libuv")
+    ->RangeMultiplier(10)
+    ->Range(100, 10000);
+BENCHMARK(CreateDestroyAsio)
+    ->Name("TimerCreateDestroy/asio")
+    ->RangeMultiplier(10)
+    ->Range(100, 10000);
 
 // The processor time of a thread of this process, found by its name.
 double ThreadSeconds(std::string const& name) {
@@ -121,9 +130,9 @@ double ThreadSeconds(std::string const& name) {
             int const id = std::stoi(task.path().filename());
             timespec used{};
             constexpr unsigned int perThreadClock = 6;
-            clock_gettime(static_cast<clockid_t>((~static_cast<unsigned int>(id) << 3) |
-                                                 perThreadClock),
-                          &used);
+            clock_gettime(
+                static_cast<clockid_t>((~static_cast<unsigned int>(id) << 3) | perThreadClock),
+                &used);
             return static_cast<double>(used.tv_sec) + static_cast<double>(used.tv_nsec) * 1e-9;
         }
     }
@@ -185,7 +194,8 @@ void RearmAsio(benchmark::State& state) {
     std::vector<std::unique_ptr<AsioRepeater>> timers;
     auto const count = static_cast<int>(state.range(0));
     for (int i = 0; i < count; ++i) {
-        timers.push_back(std::make_unique<AsioRepeater>(AsioRepeater{boost::asio::steady_timer(loop)}));
+        timers.push_back(
+            std::make_unique<AsioRepeater>(AsioRepeater{boost::asio::steady_timer(loop)}));
         timers.back()->Arm();
     }
     for (auto _ : state) {
@@ -199,9 +209,24 @@ void RearmAsio(benchmark::State& state) {
     loop.poll();
 }
 
-BENCHMARK(RearmVerrick)->Name("TimerRearm/Verrick")->Arg(1000)->Arg(20000)->UseManualTime()->Iterations(5);
-BENCHMARK(RearmUv)->Name("TimerRearm/libuv")->Arg(1000)->Arg(20000)->UseManualTime()->Iterations(50);
-BENCHMARK(RearmAsio)->Name("TimerRearm/asio")->Arg(1000)->Arg(20000)->UseManualTime()->Iterations(10);
+BENCHMARK(RearmVerrick)
+    ->Name("TimerRearm/Verrick")
+    ->Arg(1000)
+    ->Arg(20000)
+    ->UseManualTime()
+    ->Iterations(5);
+BENCHMARK(RearmUv)
+    ->Name("TimerRearm/libuv")
+    ->Arg(1000)
+    ->Arg(20000)
+    ->UseManualTime()
+    ->Iterations(50);
+BENCHMARK(RearmAsio)
+    ->Name("TimerRearm/asio")
+    ->Arg(1000)
+    ->Arg(20000)
+    ->UseManualTime()
+    ->Iterations(10);
 
 // The real time in which the service's clock advances by a second, with 20,000 repeating timers of
 // one period.

@@ -37,7 +37,7 @@ bool ListenerCall::IsOnThisThread() {
 void ListenerCall::Begin(ITimerListener* listener, unsigned int id) {
     t_inListener = true;
     MutexLock lock(m_mutex);
-    m_listener = listener;
+    m_listener.store(listener, relaxed);
     m_id = id;
     m_caller = pthread_self();
     ++m_number;
@@ -46,13 +46,18 @@ void ListenerCall::Begin(ITimerListener* listener, unsigned int id) {
 void ListenerCall::End() {
     t_inListener = false;
     MutexLock lock(m_mutex);
-    m_listener = nullptr;
+    m_listener.store(nullptr, std::memory_order_release);
     pthread_cond_broadcast(&m_ended);
 }
 
+// A call that the caller's Destroy must wait for began before: under the lock of the queue from
+// which Destroy flushes, or before a listener made the timer anew. So the first look needs no lock.
 void ListenerCall::AwaitEndOf(ITimerListener* listener, unsigned int id) {
+    if (m_listener.load(std::memory_order_acquire) != listener) {
+        return;
+    }
     MutexLock lock(m_mutex);
-    if (m_listener == listener && m_id == id) {
+    if (m_listener.load(relaxed) == listener && m_id == id) {
         AwaitEndLocked();
     }
 }
@@ -67,7 +72,7 @@ void ListenerCall::AwaitEndLocked() {
     clock_gettime(CLOCK_MONOTONIC, &deadline);
     deadline.tv_sec += kStuckCallMs / kMsPerSecond;
     std::uint64_t const number = m_number;
-    while (m_listener != nullptr && m_number == number &&
+    while (m_listener.load(relaxed) != nullptr && m_number == number &&
            pthread_equal(m_caller, pthread_self()) == 0 &&
            pthread_cond_timedwait(&m_ended, &m_mutex, &deadline) == 0) {
     }

@@ -1,6 +1,7 @@
 // The call of a listener that is under way on the dispatch thread.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <pthread.h>
@@ -42,8 +43,10 @@ private:
     pthread_mutex_t m_mutex;
     pthread_mutexattr_t m_mutexAttr;
     pthread_cond_t m_ended;
-    // Guarded by m_mutex. m_listener is null while no call is under way.
-    ITimerListener* m_listener = nullptr;
+    // Null while no call is under way. Changes under m_mutex. Its store in End is a release, paired
+    // with the acquire in AwaitEndOf: what the listener did comes before what the waiter does.
+    std::atomic<ITimerListener*> m_listener{nullptr};
+    // Guarded by m_mutex:
     unsigned int m_id = 0;
     pthread_t m_caller{};
     std::uint64_t m_number = 0; // of the call: later ones aren't waited for

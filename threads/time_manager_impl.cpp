@@ -1,5 +1,6 @@
 // The timer engine: its clock, its tick, and the operations on timers.
 #include "frame/limits.h"
+#include "frame/relaxed.h"
 #include "threads/object_use.h"
 #include "threads/signals.h"
 #include "threads/timer_dispatch.h"
@@ -7,6 +8,7 @@
 #include <verrick/time_primitives.h>
 
 #include <array>
+#include <atomic>
 #include <cmath>
 #include <ctime>
 #include <limits>
@@ -34,28 +36,34 @@ std::uint32_t DistanceInMs(time_t when) {
 struct DTimeManagerImpl::Parts {
     explicit Parts(DList& activeList) : m_index(activeList) {}
 
-    static std::int64_t Now(DTimeManagerImpl& engine) VERRICK_EXCLUDES(engine.m_csTicks);
-    static std::int64_t AdvanceClock(DTimeManagerImpl& engine) VERRICK_EXCLUDES(engine.m_csTicks);
+    static std::int64_t NowLocked(DTimeManagerImpl& engine) VERRICK_REQUIRES(engine.m_csActive);
+    static void AdvanceClockLocked(DTimeManagerImpl& engine) VERRICK_REQUIRES(engine.m_csActive);
     static void Tick(DTimeManagerImpl& engine);
-    static bool ExpireSome(DTimeManagerImpl& engine, std::int64_t nowMs);
+    static bool ExpireSome(DTimeManagerImpl& engine);
     static void FreeTimers(DTimeManagerImpl& engine);
 
-    TimerIndex m_index; // guarded by m_csActive
-    // Taken for the way to m_csActive, see ActiveLock.
+    TimerIndex m_index;       // guarded by m_csActive
+    std::int64_t m_wraps = 0; // of m_ticks; guarded by m_csActive
+    // Taken on the way to m_csActive while a tick expires timers, see ActiveLock.
     DCriticalSection m_csTurn;
-    std::int64_t m_wraps = 0; // of m_ticks; guarded by m_csTicks
+    std::atomic<bool> m_isExpiring{false}; // written by the tick, read before any lock is held
 };
 
-namespace {
-
-// Holds m_csActive for a scope. The tick gives m_csActive up between its steps and takes it again
-// at once, before a thread that waits for it could wake up. With m_csTurn it comes after that thread.
-class VERRICK_SCOPED_LOCK ActiveLock {
+// Holds m_csActive for a scope.
+//
+// While the tick expires timers it gives m_csActive up between its steps. It would take it again
+// before a thread that waits for it could wake up. So all who come then queue for m_csTurn first,
+// the tick too, and the tick comes after the thread that waits.
+class VERRICK_SCOPED_LOCK DTimeManagerImpl::ActiveLock {
 public:
-    ActiveLock(DCriticalSection& turn, DCriticalSection& active) VERRICK_ACQUIRE(active)
-        : m_active(active) {
-        DMonitor const monitor(turn);
-        m_active.Enter();
+    explicit ActiveLock(DTimeManagerImpl& engine)
+        VERRICK_ACQUIRE(engine.m_csActive) VERRICK_UNCHECKED_LOCKING : m_active(engine.m_csActive) {
+        if (engine.m_parts->m_isExpiring.load(verrick::relaxed)) {
+            DMonitor const turn(engine.m_parts->m_csTurn);
+            m_active.Enter();
+        } else {
+            m_active.Enter();
+        }
     }
     ~ActiveLock() VERRICK_RELEASE() { m_active.Leave(); }
     ActiveLock(ActiveLock const&) = delete;
@@ -64,8 +72,6 @@ public:
 private:
     DCriticalSection& m_active;
 };
-
-} // namespace
 
 // The threads begin last, on a whole object: first the dispatcher's, then this one's.
 DTimeManagerImpl::DTimeManagerImpl(int priority)
@@ -108,14 +114,14 @@ bool DTimeManagerImpl::CreateRelativeTimer(ITimerListener* listener, unsigned in
     if (listener == nullptr || (repeat && periodMs <= 0)) {
         return false;
     }
-    ActiveLock const active(m_parts->m_csTurn, m_csActive);
+    ActiveLock const active(*this);
     Timer* const timer = m_parts->m_index.Create(listener, id);
     if (timer == nullptr) {
         return false;
     }
     timer->m_period = periodMs;
     timer->m_repeat = repeat;
-    timer->SetDue(Parts::Now(*this) + periodMs);
+    timer->SetDue(Parts::NowLocked(*this) + periodMs);
     if ((timerFlags & TIMER_INACTIVE) == 0) {
         m_parts->m_index.Arm(*timer);
     } else {
@@ -130,23 +136,23 @@ bool DTimeManagerImpl::CreateAbsoluteTimer(ITimerListener* listener, unsigned in
     if (listener == nullptr) {
         return false;
     }
-    ActiveLock const active(m_parts->m_csTurn, m_csActive);
+    ActiveLock const active(*this);
     Timer* const timer = m_parts->m_index.Create(listener, id);
     if (timer == nullptr) {
         return false;
     }
     timer->m_period = 0;
     timer->m_repeat = false;
-    timer->SetDue(Parts::Now(*this) + DistanceInMs(when));
+    timer->SetDue(Parts::NowLocked(*this) + DistanceInMs(when));
     DMonitor const inactive(m_csInactive);
     m_inactiveList.AddTail(timer);
     return true;
 }
 
 bool DTimeManagerImpl::Destroy(ITimerListener* listener, unsigned int id) {
-    TimerIndex::Timers::node_type removed; // freed after the lock
+    std::unique_ptr<Timer> removed; // freed after the lock
     {
-        ActiveLock const active(m_parts->m_csTurn, m_csActive);
+        ActiveLock const active(*this);
         if (Timer* const timer = m_parts->m_index.Find(listener, id)) {
             if (timer->m_armed) {
                 m_parts->m_index.Disarm(*timer);
@@ -157,13 +163,15 @@ bool DTimeManagerImpl::Destroy(ITimerListener* listener, unsigned int id) {
             removed = m_parts->m_index.Remove(*timer);
         }
     }
-    m_dispatch->FlushQueue(listener, id);
+    if (removed == nullptr || removed->m_hasExpired) {
+        m_dispatch->FlushQueue(listener, id);
+    }
     DTimerDispatch::Parts::AwaitEndOfCall(*m_dispatch, listener, id);
-    return !removed.empty();
+    return removed != nullptr;
 }
 
 bool DTimeManagerImpl::Activate(ITimerListener* listener, unsigned int id) {
-    ActiveLock const active(m_parts->m_csTurn, m_csActive);
+    ActiveLock const active(*this);
     Timer* const timer = m_parts->m_index.Find(listener, id);
     if (timer == nullptr || timer->m_armed) {
         return false;
@@ -173,14 +181,14 @@ bool DTimeManagerImpl::Activate(ITimerListener* listener, unsigned int id) {
         m_inactiveList.Remove(timer);
     }
     if (timer->m_period != 0) { // an absolute timer keeps its expiry
-        timer->SetDue(Parts::Now(*this) + timer->m_period);
+        timer->SetDue(Parts::NowLocked(*this) + timer->m_period);
     }
     m_parts->m_index.Arm(*timer);
     return true;
 }
 
 bool DTimeManagerImpl::Deactivate(ITimerListener* listener, unsigned int id) {
-    ActiveLock const active(m_parts->m_csTurn, m_csActive);
+    ActiveLock const active(*this);
     Timer* const timer = m_parts->m_index.Find(listener, id);
     if (timer == nullptr || !timer->m_armed) {
         return false;
@@ -214,42 +222,44 @@ void DTimeManagerImpl::Run() {
     }
 }
 
-// The clock with its wraps counted. It is what expiries are reckoned and compared in, so that they
-// don't depend on the age of the service.
-std::int64_t DTimeManagerImpl::Parts::Now(DTimeManagerImpl& engine) {
-    DMonitor const ticks(engine.m_csTicks);
+// The clock with its wraps counted. Expiries are reckoned and compared in it, so that they don't
+// depend on the age of the service. The clock changes under m_csActive and m_csTicks, so either of
+// them is enough to read it.
+std::int64_t
+DTimeManagerImpl::Parts::NowLocked(DTimeManagerImpl& engine) VERRICK_UNCHECKED_LOCKING {
     return (engine.m_parts->m_wraps << 32) + engine.m_ticks;
 }
 
-std::int64_t DTimeManagerImpl::Parts::AdvanceClock(DTimeManagerImpl& engine) {
-    {
-        DMonitor const ticks(engine.m_csTicks);
-        engine.m_ticks += engine.m_resolution;
-        if (engine.m_ticks < engine.m_resolution) {
-            ++engine.m_parts->m_wraps;
-        }
+void DTimeManagerImpl::Parts::AdvanceClockLocked(DTimeManagerImpl& engine) {
+    DMonitor const ticks(engine.m_csTicks);
+    engine.m_ticks += engine.m_resolution;
+    if (engine.m_ticks < engine.m_resolution) {
+        ++engine.m_parts->m_wraps;
     }
-    return Now(engine);
 }
 
 void DTimeManagerImpl::Parts::Tick(DTimeManagerImpl& engine) {
-    std::int64_t const nowMs = AdvanceClock(engine);
+    Parts& parts = *engine.m_parts;
     {
-        ActiveLock const active(engine.m_parts->m_csTurn, engine.m_csActive);
-        engine.m_parts->m_index.BeginRound(nowMs);
+        ActiveLock const active(engine);
+        AdvanceClockLocked(engine);
+        parts.m_index.BeginRound(NowLocked(engine));
+        parts.m_isExpiring.store(parts.m_index.NextOfRound() != nullptr, verrick::relaxed);
     }
-    while (ExpireSome(engine, nowMs)) {
+    while (parts.m_isExpiring.load(verrick::relaxed)) {
+        parts.m_isExpiring.store(ExpireSome(engine), verrick::relaxed);
     }
 }
 
 // Moves some of the due timers on, as if their expiries were delivered already. Allocates nothing.
 // Returns false if no more are due.
-bool DTimeManagerImpl::Parts::ExpireSome(DTimeManagerImpl& engine, std::int64_t nowMs) {
+bool DTimeManagerImpl::Parts::ExpireSome(DTimeManagerImpl& engine) {
     std::array<DTimerDispatch::Parts::Expiry, kExpiriesPerStep> expired;
     std::size_t count = 0;
     TimerIndex& index = engine.m_parts->m_index;
-    ActiveLock const active(engine.m_parts->m_csTurn, engine.m_csActive);
+    ActiveLock const active(engine);
     DMonitor const inactive(engine.m_csInactive);
+    std::int64_t const nowMs = NowLocked(engine);
     for (; count != expired.size(); ++count) {
         Timer* const timer = index.NextOfRound();
         if (timer == nullptr) {
@@ -257,6 +267,7 @@ bool DTimeManagerImpl::Parts::ExpireSome(DTimeManagerImpl& engine, std::int64_t 
         }
         expired[count] = {timer->m_listener, timer->m_id};
         index.Disarm(*timer);
+        timer->m_hasExpired = true;
         if (timer->m_repeat) {
             timer->SetDue(nowMs + timer->m_period);
             index.Arm(*timer);

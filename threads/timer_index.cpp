@@ -2,30 +2,87 @@
 
 #include <utility>
 
+namespace {
+
+constexpr std::size_t kFirstBuckets = 64;
+
+} // namespace
+
+DTimeManagerImpl::TimerIndex::TimerIndex(DList& armed)
+    : m_list(armed), m_buckets(kFirstBuckets), m_recent(m_groups.end()) {}
+
+DTimeManagerImpl::TimerIndex::~TimerIndex() {
+    Clear();
+}
+
+// All that can fail comes first.
 DTimeManagerImpl::Timer* DTimeManagerImpl::TimerIndex::Create(ITimerListener* listener,
                                                               unsigned int id) {
-    Groups oneNode;
-    oneNode.emplace(0, nullptr);
-    auto const [place, isNew] = m_timers.try_emplace(Name{listener, id});
-    if (!isNew) {
+    if (Find(listener, id) != nullptr) {
         return nullptr;
     }
-    Timer& timer = place->second;
-    timer.m_listener = listener;
-    timer.m_id = id;
-    timer.m_spare = oneNode.extract(oneNode.begin());
-    return &timer;
+    auto timer = std::make_unique<Timer>();
+    if (m_nodes == m_count) {
+        AddSpareNode();
+    }
+    if (m_buckets.size() == m_count) {
+        GrowBuckets();
+    }
+    timer->m_listener = listener;
+    timer->m_id = id;
+    timer->m_nextInBucket = std::exchange(m_buckets[BucketOf(listener, id)], timer.get());
+    ++m_count;
+    return timer.release();
 }
 
 DTimeManagerImpl::Timer* DTimeManagerImpl::TimerIndex::Find(ITimerListener* listener,
-                                                            unsigned int id) {
-    auto const found = m_timers.find(Name{listener, id});
-    return found != m_timers.end() ? &found->second : nullptr;
+                                                            unsigned int id) const {
+    Timer* timer = m_buckets[BucketOf(listener, id)];
+    while (timer != nullptr && (timer->m_listener != listener || timer->m_id != id)) {
+        timer = timer->m_nextInBucket;
+    }
+    return timer;
 }
 
-DTimeManagerImpl::TimerIndex::Timers::node_type
-DTimeManagerImpl::TimerIndex::Remove(Timer& timer) {
-    return m_timers.extract(Name{timer.m_listener, timer.m_id});
+std::unique_ptr<DTimeManagerImpl::Timer> DTimeManagerImpl::TimerIndex::Remove(Timer& timer) {
+    Timer** link = &m_buckets[BucketOf(timer.m_listener, timer.m_id)];
+    while (*link != &timer) {
+        link = &(*link)->m_nextInBucket;
+    }
+    *link = timer.m_nextInBucket;
+    --m_count;
+    return std::unique_ptr<Timer>(&timer);
+}
+
+// Multiplies by an odd number with well-mixed bits. The high half of the product depends on all of
+// the name.
+std::size_t DTimeManagerImpl::TimerIndex::BucketOf(ITimerListener* listener,
+                                                   unsigned int id) const {
+    constexpr std::uint64_t mixer = 0x9E3779B97F4A7C15;
+    std::uint64_t const name = (reinterpret_cast<std::uintptr_t>(listener) * mixer) ^ id;
+    return static_cast<std::size_t>((name * mixer) >> 32) & (m_buckets.size() - 1);
+}
+
+void DTimeManagerImpl::TimerIndex::GrowBuckets() {
+    std::vector<Timer*> const old = std::exchange(m_buckets, std::vector<Timer*>(2 * m_count));
+    for (Timer* timer : old) {
+        while (timer != nullptr) {
+            Timer*& first = m_buckets[BucketOf(timer->m_listener, timer->m_id)];
+            Timer* const next = std::exchange(timer->m_nextInBucket, first);
+            first = timer;
+            timer = next;
+        }
+    }
+}
+
+void DTimeManagerImpl::TimerIndex::AddSpareNode() {
+    if (m_spareNodes.capacity() == m_nodes) {
+        m_spareNodes.reserve(2 * m_nodes + 1);
+    }
+    Groups one;
+    one.emplace(0, nullptr);
+    m_spareNodes.push_back(one.extract(one.begin()));
+    ++m_nodes;
 }
 
 void DTimeManagerImpl::TimerIndex::Arm(Timer& timer) {
@@ -46,8 +103,7 @@ void DTimeManagerImpl::TimerIndex::BeginRound(std::int64_t nowMs) {
     ++m_round;
     m_roundMs = nowMs;
     while (!m_groups.empty() && m_groups.begin()->first <= nowMs) {
-        Timer& newest = *m_groups.begin()->second;
-        newest.m_spare = RemoveGroup(m_groups.begin());
+        RemoveGroup(m_groups.begin());
     }
 }
 
@@ -59,52 +115,62 @@ DTimeManagerImpl::Timer* DTimeManagerImpl::TimerIndex::NextOfRound() {
 void DTimeManagerImpl::TimerIndex::Clear() {
     while (m_list.RemoveHead() != nullptr) {
     }
-    m_groups.clear();
-    m_recent = m_groups.end();
-    m_timers.clear();
+    while (!m_groups.empty()) {
+        RemoveGroup(m_groups.begin());
+    }
+    for (Timer*& first : m_buckets) {
+        while (first != nullptr) {
+            std::unique_ptr<Timer> const freed(std::exchange(first, first->m_nextInBucket));
+        }
+    }
+    m_count = 0;
 }
 
-// What is left of an earlier round, and due by this one.
+// It was armed before the round and is due by it.
 bool DTimeManagerImpl::TimerIndex::IsOfRound(Timer const& timer) const {
     return timer.m_round != m_round && timer.m_due <= m_roundMs;
 }
 
+// Returns the group with this expiry, or else the next later one.
+DTimeManagerImpl::TimerIndex::Groups::iterator
+DTimeManagerImpl::TimerIndex::FindGroup(std::int64_t due) {
+    return m_recent != m_groups.end() && m_recent->first == due ? m_recent
+                                                                : m_groups.lower_bound(due);
+}
+
 void DTimeManagerImpl::TimerIndex::JoinGroup(Timer& timer) {
-    if (m_recent == m_groups.end() || m_recent->first != timer.m_due) {
-        m_recent = m_groups.lower_bound(timer.m_due);
-    }
-    if (m_recent != m_groups.end() && m_recent->first == timer.m_due) {
-        Timer& older = *std::exchange(m_recent->second, &timer);
-        older.m_spare = std::move(timer.m_spare);
-        m_list.Insert(&timer, m_list.Prev(&older));
+    auto const found = FindGroup(timer.m_due);
+    Timer* const later = found != m_groups.end() ? found->second : nullptr;
+    m_list.Insert(&timer, m_list.Prev(later)); // at the tail if there is none
+    if (later != nullptr && later->m_due == timer.m_due) {
+        found->second = &timer;
+        m_recent = found;
     } else {
-        Timer* const later = m_recent != m_groups.end() ? m_recent->second : nullptr;
-        m_list.Insert(&timer, m_list.Prev(later));
-        timer.m_spare.key() = timer.m_due;
-        timer.m_spare.mapped() = &timer;
-        m_recent = m_groups.insert(m_recent, std::move(timer.m_spare));
+        Groups::node_type& node = m_spareNodes.back();
+        node.key() = timer.m_due;
+        node.mapped() = &timer;
+        m_recent = m_groups.insert(found, std::move(node));
+        m_spareNodes.pop_back();
     }
 }
 
 // If the newest leaves, the next one takes its place in the map.
 void DTimeManagerImpl::TimerIndex::LeaveGroup(Timer& timer) {
-    if (!timer.m_spare.empty()) {
+    auto const group = FindGroup(timer.m_due);
+    if (group->second != &timer) {
         return;
     }
-    auto const group = m_groups.find(timer.m_due);
     auto* const next = static_cast<Timer*>(m_list.Next(&timer));
     if (next != nullptr && next->m_due == timer.m_due) {
         group->second = next;
-        timer.m_spare = std::move(next->m_spare);
     } else {
-        timer.m_spare = RemoveGroup(group);
+        RemoveGroup(group);
     }
 }
 
-DTimeManagerImpl::Timer::Groups::node_type
-DTimeManagerImpl::TimerIndex::RemoveGroup(Groups::iterator group) {
+void DTimeManagerImpl::TimerIndex::RemoveGroup(Groups::iterator group) {
     if (m_recent == group) {
         m_recent = m_groups.end();
     }
-    return m_groups.extract(group);
+    m_spareNodes.push_back(m_groups.extract(group));
 }

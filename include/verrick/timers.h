@@ -278,6 +278,7 @@ private:
     };
     struct Timer;
     class TimerIndex;
+    class ActiveLock;
     struct Parts;
 
     /* Whether the pair is in the list, and the first item with it. The caller holds its lock. */
@@ -288,7 +289,7 @@ private:
     DCriticalSection m_csActive VERRICK_ACQUIRED_BEFORE(m_csInactive, m_csTicks);
     DList m_inactiveList VERRICK_GUARDED_BY(m_csInactive); /* not armed, oldest first */
     DCriticalSection m_csInactive VERRICK_ACQUIRED_BEFORE(m_csTicks);
-    unsigned int m_ticks VERRICK_GUARDED_BY(m_csTicks); /* the clock */
+    unsigned int m_ticks VERRICK_GUARDED_BY(m_csTicks); /* changes under m_csActive too */
     DCriticalSection m_csTicks;
     unsigned int m_resolution;  /* milliseconds; this and what follows: constant once running */
     DTimerDispatch* m_dispatch; /* owned */
