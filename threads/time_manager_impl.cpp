@@ -96,8 +96,7 @@ DTimeManagerImpl::~DTimeManagerImpl() {
     use.WaitUntilUnused();
     delete m_dispatch;
     DTimeManagerImplCallouts__DestroyPeriodicTimer(&m_periodicTimer);
-    Parts::FreeTimers(*this); // those that a listener made meanwhile
-    delete m_parts;
+    delete m_parts; // with timers that a listener made meanwhile
 }
 
 void DTimeManagerImpl::Parts::FreeTimers(DTimeManagerImpl& engine) {

@@ -53,9 +53,14 @@ struct Resolution {
 };
 
 TEST(TimePrimitives, APeriodIsTheNextMultipleOfTenAboveTheResolution) {
-    for (Resolution const& row : {Resolution{{0, 1}, 10}, {{0, 999999}, 10}, {{0, 1000000}, 10},
-                                  {{0, 4000000}, 10}, {{0, 9999999}, 10}, {{0, 10000000}, 20},
-                                  {{0, 15000000}, 20}, {{0, 20000000}, 30}}) {
+    for (Resolution const& row : {Resolution{{0, 1}, 10},
+                                  {{0, 999999}, 10},
+                                  {{0, 1000000}, 10},
+                                  {{0, 4000000}, 10},
+                                  {{0, 9999999}, 10},
+                                  {{0, 10000000}, 20},
+                                  {{0, 15000000}, 20},
+                                  {{0, 20000000}, 30}}) {
         g_resolution = row.ofClock;
         void* timer = nullptr;
         EXPECT_EQ(DTimeManagerImplCallouts__CreatePeriodicTimer(&timer), row.period);

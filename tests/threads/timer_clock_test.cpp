@@ -130,8 +130,8 @@ protected:
         return Service().CreateRelativeTimer(&listener, id, periodMs, 0, flags);
     }
 
-    // Makes and arms a timer for a calendar time. Returns whether the second is still the same: then
-    // the distance is the one asked for.
+    // Makes and arms a timer for a calendar time. Returns whether the second is still the same:
+    // then the distance is the one asked for.
     bool ActivateAbsolute(unsigned int id, long distanceS) {
         time_t const now = time(nullptr);
         Service().Destroy(&listener, id);
@@ -313,8 +313,9 @@ struct Model {
 
     // By expiry, and the newest first among equals.
     void Insert(Timer timer) {
-        auto const at = std::find_if(armed.begin(), armed.end(),
-                                     [&](Timer const& other) { return other.dueMs >= timer.dueMs; });
+        auto const at = std::find_if(armed.begin(), armed.end(), [&](Timer const& other) {
+            return other.dueMs >= timer.dueMs;
+        });
         armed.insert(at, timer);
     }
 

@@ -163,7 +163,11 @@ TEST(Timers, AListenerMayDestroyTimersEndTheServiceAndBeginAnother) {
     first.then = [&](unsigned int id) {
         gate.Pass();
         if (id == 1) {
-            EXPECT_TRUE(service->Destroy(&first, 1)); // its own: doesn't wait
+            unsigned int const startMs = GetTickCount();
+            EXPECT_TRUE(service->Destroy(&first, 1)); // its own, so it doesn't wait
+            EXPECT_FALSE(service->Destroy(&first, 1));
+            EXPECT_FALSE(service->Destroy(&first, 1));
+            EXPECT_LT(GetTickCount(), startMs + 2000);
             EXPECT_TRUE(service->Destroy(&first, 2)); // also drops it from the queue
         } else {
             DTimeManager::DestroyInstance();
@@ -201,12 +205,16 @@ TEST(Timers, DestroyInstanceReturnsWhenNoListenerRunsAnyMore) {
 
 TEST(Timers, DestroyInstanceLetsAListenerGoThatNeverReturns) {
     Gate gate;
+    std::atomic<bool> isOver{false};
     Listener listener;
-    listener.then = [&](unsigned int) { gate.Pass(); };
-    Recorder<bool> returned;
+    listener.then = [&](unsigned int) {
+        gate.Pass();
+        isOver = true;
+    };
     DTimeManager::GetInstance(10)->CreateRelativeTimer(&listener, 1, 10, 0, TIMER_REPEAT);
     listener.noted.Await(1);
     DTimeManager::DestroyInstance();
+    EXPECT_FALSE(isOver);
     gate.Open();
     AwaitOthersAsleep();
     EXPECT_EQ(listener.noted.Await(0), Ids{1});
