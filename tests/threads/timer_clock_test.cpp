@@ -205,16 +205,21 @@ TEST_F(TimerClock, ActivateRestartsTheFullPeriodOfADeactivatedTimer) {
     Create(1, 30);
     Tick(2);
     EXPECT_TRUE(Service().Deactivate(&listener, 1));
+    EXPECT_FALSE(Service().Deactivate(&listener, 1));
     EXPECT_TRUE(Service().Activate(&listener, 1));
+    EXPECT_FALSE(Service().Activate(&listener, 1));
     EXPECT_EQ(Tick(2), Ids{});
     EXPECT_EQ(Tick(1), Ids{1});
 }
 
-TEST_F(TimerClock, AnInactiveTimerWithoutAPeriodFiresOnTheTickAfterActivate) {
+TEST_F(TimerClock, AFiredOneShotTimerIsInactiveUntilDestroy) {
     Create(1, 0, TIMER_INACTIVE);
     EXPECT_EQ(Tick(2), Ids{});
-    Service().Activate(&listener, 1);
-    EXPECT_EQ(Tick(1), Ids{1});
+    EXPECT_TRUE(Service().Activate(&listener, 1));
+    EXPECT_EQ(Tick(2), Ids{1});
+    EXPECT_FALSE(Create(1, 0));
+    EXPECT_TRUE(Service().Destroy(&listener, 1));
+    EXPECT_FALSE(Service().Destroy(&listener, 1));
 }
 
 TEST_F(TimerClock, AnExpiryThatWaitsForDeliverySurvivesDeactivateButNotDestroy) {

@@ -55,29 +55,6 @@ TEST(Timers, RefuseWhatDoesNotFit) {
     EXPECT_FALSE(service->CreateAbsoluteTimer(&listener, 1, 10, 0));
 }
 
-TEST(Timers, MoveBetweenArmedAndNotArmed) {
-    Listener listener;
-    Service const service;
-    service->CreateRelativeTimer(&listener, 1, 1000000, 0, 0);
-    EXPECT_FALSE(service->Activate(&listener, 1));
-    EXPECT_TRUE(service->Deactivate(&listener, 1));
-    EXPECT_FALSE(service->Deactivate(&listener, 1));
-    EXPECT_TRUE(service->Activate(&listener, 1));
-    EXPECT_TRUE(service->Destroy(&listener, 1));
-    EXPECT_FALSE(service->Destroy(&listener, 1));
-    EXPECT_FALSE(service->Activate(&listener, 1));
-}
-
-TEST(Timers, AFiredOneShotTimerIsInactiveAndFiresAgain) {
-    Listener listener;
-    Service const service;
-    service->CreateRelativeTimer(&listener, 1, 0, 0, 0);
-    EXPECT_EQ(listener.noted.Await(1), Ids{1});
-    EXPECT_FALSE(service->CreateRelativeTimer(&listener, 1, 0, 0, 0));
-    EXPECT_TRUE(service->Activate(&listener, 1));
-    EXPECT_EQ(listener.noted.Await(2), (Ids{1, 1}));
-}
-
 TEST(Timers, ShortMemoryLeavesNoTimerNoServiceAndNoLock) {
     Listener listener;
     for (int granted = 0, built = 0; built == 0; ++granted) {
