@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <deque>
 #include <future>
 #include <new>
 #include <signal.h>
@@ -121,14 +122,19 @@ TEST(Timers, DestroyWaitsForACallUnderWay) {
 
 TEST(Timers, DestroyGivesUpOnACallThatWaitsForIt) {
     Gate gate;
+    std::atomic<bool> isOver{false};
     Listener listener;
-    listener.then = [&](unsigned int) { gate.Pass(); };
+    listener.then = [&](unsigned int) {
+        gate.Pass();
+        isOver = true;
+    };
     Service const service;
     service->CreateRelativeTimer(&listener, 1, 10, 0, 0);
     listener.noted.Await(1);
     unsigned int const startMs = GetTickCount();
     EXPECT_TRUE(service->Destroy(&listener, 1));
     EXPECT_GE(GetTickCount(), startMs + 900);
+    EXPECT_FALSE(isOver);
     gate.Open();
 }
 
@@ -163,12 +169,12 @@ TEST(Timers, AListenerMayDestroyTimersEndTheServiceAndBeginAnother) {
 }
 
 TEST(Timers, DestroyInstanceReturnsWhenNoListenerRunsAnyMore) {
-    for (int i = 0; i < 20; ++i) {
+    for (int i = 0; i < 4; ++i) {
         Recorder<bool> ended;
         Listener listener;
         DTimeManager* const manager = DTimeManager::GetInstance(10);
         listener.then = [&](unsigned int) {
-            Sleep(5);
+            Sleep(50);                                            // several ticks
             manager->CreateRelativeTimer(&listener, 2, 10, 0, 0); // perhaps too late to be of use
             ended.Note(true);
         };
@@ -180,10 +186,17 @@ TEST(Timers, DestroyInstanceReturnsWhenNoListenerRunsAnyMore) {
     }
 }
 
+// For a listener that nobody waits for any more: its thread uses this to its end.
+template<class T>
+T& LivesOn() {
+    static auto& objects = *new std::deque<T>;
+    return objects.emplace_back();
+}
+
 TEST(Timers, DestroyInstanceLetsAListenerGoThatNeverReturns) {
-    Gate gate;
-    std::atomic<bool> isOver{false};
-    Listener listener;
+    auto& gate = LivesOn<Gate>();
+    auto& isOver = LivesOn<std::atomic<bool>>();
+    auto& listener = LivesOn<Listener>();
     listener.then = [&](unsigned int) {
         gate.Pass();
         isOver = true;
@@ -198,7 +211,7 @@ TEST(Timers, DestroyInstanceLetsAListenerGoThatNeverReturns) {
 }
 
 TEST(Timers, OfSeveralDestroyInstanceOneEndsTheService) {
-    Listener listener;
+    auto& listener = LivesOn<Listener>();
     listener.then = [](unsigned int) { DTimeManager::DestroyInstance(); };
     testing::internal::CaptureStdout();
     DTimeManager::GetInstance(10)->CreateRelativeTimer(&listener, 1, 0, 0, 0);
