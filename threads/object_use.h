@@ -41,8 +41,8 @@ public:
 
     void Forbid();
     bool IsForbidden() const;
-    // Blocks until no use is under way, but for one on the calling thread itself. Called when the use
-    // is forbidden. It is no cancellation point.
+    // Blocks until no use is under way, but for one on the calling thread itself. Called when the
+    // use is forbidden. It is no cancellation point.
     void WaitUntilUnused() const;
 
     // The new thread's first step: announces its kernel id, and makes this the calling thread's.
@@ -78,8 +78,8 @@ public:
     UseScope(UseScope const&) = delete;
     UseScope& operator=(UseScope const&) = delete;
 
-    // Begins the use by a Run of the library's own, as the first step of that Run. The object may be
-    // gone by then if the caller is its own thread. An application may also call such a Run on a
+    // Begins the use by a Run of the library's own, as the first step of that Run. The object may
+    // be gone by then if the caller is its own thread. An application may also call such a Run on a
     // thread of its own: then the object lives.
     static UseScope OfRun(DThread& thread);
 

@@ -5,10 +5,10 @@
 #include <cstddef>
 #include <cxxabi.h>
 
-// Known here: an object with virtual functions begins with the address of its table. The table is an
-// array of plain function pointers in the order of declaration, the destructor taking two of them. A
-// pure function is the C++ runtime's __cxa_pure_virtual. That holds for the targets below. It
-// doesn't where a table holds descriptors (IA-64), offsets (Fuchsia) or signed pointers.
+// Known here: an object with virtual functions begins with the address of its table. The table is
+// an array of plain function pointers in the order of declaration, the destructor taking two of
+// them. A pure function is the C++ runtime's __cxa_pure_virtual. That holds for the targets below.
+// It doesn't where a table holds descriptors (IA-64), offsets (Fuchsia) or signed pointers.
 #if !defined(__GXX_ABI_VERSION) || defined(__Fuchsia__) || defined(__APPLE__) ||                   \
     !(defined(__x86_64__) || defined(__i386__) || defined(__powerpc__) || defined(__aarch64__) ||  \
       defined(__arm__) || defined(__riscv) || defined(__s390x__) || defined(__mips__) ||           \
@@ -27,7 +27,8 @@ constexpr std::size_t kRunSlot = 9;
 // same moment, and no lock of the library can keep it from that. See ThreadMain for why each value
 // that can be read here is a right one. Thread sanitizer isn't asked: it sees a race in the read,
 // and it can't see that argument.
-__attribute__((noinline, no_sanitize("thread"))) RunFunction const* ReadTable(DThread const& thread) {
+__attribute__((noinline, no_sanitize("thread"))) RunFunction const*
+ReadTable(DThread const& thread) {
     return *reinterpret_cast<RunFunction const* const volatile*>(&thread);
 }
 
