@@ -223,16 +223,15 @@ bool DThreadImpl::Create(DThread* thread, int priority, int stackSize, int /*fla
     return true;
 }
 
-// The argument is the block that outlives the object, because the object may be gone by now.
+// The argument is the block that outlives the object, because the object may be gone by now. The
+// return ends the thread as pthread_exit(nullptr) does, without unwinding its stack for that.
 void* DThreadImpl::ThreadMain(void* arg) {
     auto& use = *static_cast<ObjectUse*>(arg);
-    {
-        ThreadScope const scope(use);
-        if (use.Begin()) {
-            use.Object().PreRun();
-        }
+    ThreadScope const scope(use);
+    if (use.Begin()) {
+        use.Object().PreRun();
     }
-    pthread_exit(nullptr);
+    return nullptr;
 }
 
 // The use of the object ends ahead of Run: from there on the object may be gone, and after Run it
