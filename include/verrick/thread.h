@@ -23,8 +23,8 @@
  * overlap the use of GetName's text. Run may destroy its own object. Apart from that the destructor
  * comes last: no other call on the object is under way then.
  *
- * After a fork only the forking thread lives on in the child. Objects whose threads are gone there
- * are neither waited for nor destroyed in the child.
+ * After a fork the child has none of these threads. Don't use or destroy their objects there: what
+ * waits for the end of a thread would wait for ever.
  */
 #ifndef VERRICK_THREAD_H
 #define VERRICK_THREAD_H
