@@ -1,5 +1,6 @@
 // Events and threads against what stands below or beside them.
 #include <verrick/event.h>
+#include <verrick/tasks.h>
 #include <verrick/thread.h>
 
 #include <Poco/Event.h>
@@ -8,6 +9,7 @@
 #include <atomic>
 #include <linux/futex.h>
 #include <pthread.h>
+#include <semaphore.h>
 #include <sys/syscall.h>
 #include <thread>
 #include <unistd.h>
@@ -107,6 +109,40 @@ void ThreadStartJoinPthread(benchmark::State& state) {
     }
 }
 BENCHMARK(ThreadStartJoinPthread)->Name("ThreadStartJoin/pthread")->UseRealTime();
+
+// A detached task that says when it is there.
+void RunTask(void* semaphore) {
+    sem_post(static_cast<sem_t*>(semaphore));
+}
+
+void TaskDetachedVerrick(benchmark::State& state) {
+    sem_t isThere;
+    sem_init(&isThere, 0, 0);
+    for (auto _ : state) {
+        ThreadSpawn(RunTask, &isThere, 0, 0, 0, 0);
+        sem_wait(&isThere);
+    }
+}
+BENCHMARK(TaskDetachedVerrick)->Name("TaskDetached/Verrick")->UseRealTime();
+
+void TaskDetachedPthread(benchmark::State& state) {
+    auto const entry = [](void* semaphore) -> void* {
+        RunTask(semaphore);
+        return nullptr;
+    };
+    sem_t isThere;
+    sem_init(&isThere, 0, 0);
+    for (auto _ : state) {
+        pthread_attr_t attributes;
+        pthread_attr_init(&attributes);
+        pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
+        pthread_t thread{};
+        pthread_create(&thread, &attributes, entry, &isThere);
+        pthread_attr_destroy(&attributes);
+        sem_wait(&isThere);
+    }
+}
+BENCHMARK(TaskDetachedPthread)->Name("TaskDetached/pthread")->UseRealTime();
 
 } // namespace
 

@@ -11,7 +11,9 @@ namespace {
 constexpr unsigned int kForbidden = 1;
 constexpr unsigned int kOneUse = 2;
 
-thread_local ObjectUse* t_ofCallingThread = nullptr;
+// The model lets the thread get at it without an allocation, also where the library was loaded at
+// run time.
+__attribute__((tls_model("initial-exec"))) thread_local ObjectUse* t_ofCallingThread = nullptr;
 
 } // namespace
 

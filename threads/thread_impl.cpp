@@ -28,14 +28,24 @@
 #include "threads/object_use.h"
 #include "threads/run_lookup.h"
 #include "threads/scheduling.h"
+#include <verrick/detail/thread_annotations.h>
 #include <verrick/thread.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 
+namespace verrick {
+
+// Stands for the m_deathMutex of the object at hand, so that Clang checks who is called with it
+// held. It is declared only.
+class VERRICK_LOCK DeathMutex {};
+extern DeathMutex g_deathMutex;
+
+} // namespace verrick
+
+using verrick::g_deathMutex;
 using verrick::kForever;
-using verrick::MutexLock;
 using verrick::ObjectUse;
 using verrick::relaxed;
 using verrick::RunFunction;
@@ -48,6 +58,19 @@ constexpr int kNoThreadId = -1;
 constexpr int kNoThreadYet = 1;             // bit 0 of the flags
 constexpr std::size_t kKernelNameSize = 16; // with the terminator
 constexpr unsigned int kPureRunPollMs = 1;
+
+// Holds the m_deathMutex of an object for a scope.
+class VERRICK_SCOPED_LOCK DeathLock {
+public:
+    explicit DeathLock(pthread_mutex_t& deathMutex) VERRICK_ACQUIRE(g_deathMutex)
+        : m_lock(deathMutex) {}
+    ~DeathLock() VERRICK_RELEASE() {}
+    DeathLock(DeathLock const&) = delete;
+    DeathLock& operator=(DeathLock const&) = delete;
+
+private:
+    verrick::MutexLock m_lock;
+};
 
 // The attributes of a new thread, for a scope.
 class Attributes {
@@ -82,14 +105,16 @@ enum class DThreadImpl::State : unsigned char { NoThread, Parked, Started, InRun
 // The steps that are no operations. Those with Locked in their names are called with m_deathMutex
 // held.
 struct DThreadImpl::Steps {
-    static void StoreNameLocked(DThreadImpl& impl, char const* name);
-    static void ApplyNameLocked(DThreadImpl const& impl, pthread_t thread);
-    static bool HasLiveThreadLocked(DThreadImpl const& impl);
+    static void StoreName(DThreadImpl& impl, char const* name);
+    static void ApplyNameLocked(DThreadImpl const& impl, pthread_t thread)
+        VERRICK_REQUIRES(g_deathMutex);
+    static bool HasLiveThreadLocked(DThreadImpl const& impl) VERRICK_REQUIRES(g_deathMutex);
     static bool WaitForStart(DThreadImpl& impl);
     static RunFunction EnterRun(DThreadImpl& impl);
-    static void LetGoLocked(DThreadImpl& impl);
-    static void WaitForEndOfParkedLocked(DThreadImpl& impl);
-    static int WaitForOtherJoinLocked(DThreadImpl& impl, int timeoutMs);
+    static void LetGoLocked(DThreadImpl& impl) VERRICK_REQUIRES(g_deathMutex);
+    static void WaitForEndOfParkedLocked(DThreadImpl& impl) VERRICK_REQUIRES(g_deathMutex);
+    static int WaitForOtherJoinLocked(DThreadImpl& impl, int timeoutMs)
+        VERRICK_REQUIRES(g_deathMutex);
 };
 
 // The turn of the one caller that joins. Begins with m_deathMutex held and ends without it. It
@@ -97,7 +122,7 @@ struct DThreadImpl::Steps {
 class DThreadImpl::JoinTurn {
 public:
     // Announces the turn.
-    static void BeginLocked(DThreadImpl& impl) {
+    static void BeginLocked(DThreadImpl& impl) VERRICK_REQUIRES(g_deathMutex) {
         ++impl.m_waiters;
         impl.m_joining = true;
     }
@@ -120,7 +145,7 @@ private:
 // A Kill of a parked thread joins too, but only WaitForThreadDeath notes it. A Kill that came
 // during the join of another caller couldn't detach the thread, so that is done here.
 DThreadImpl::JoinTurn::~JoinTurn() {
-    MutexLock lock(m_impl.m_deathMutex);
+    DeathLock const lock(m_impl.m_deathMutex);
     --m_impl.m_waiters;
     m_impl.m_joining = false;
     bool const isLetGo = m_impl.m_state == State::LetGo;
@@ -158,7 +183,7 @@ public:
     ~ThreadScope() {
         if (m_use.Begin()) {
             UseScope const use(m_use);
-            MutexLock lock(m_use.Object().m_deathMutex);
+            DeathLock const lock(m_use.Object().m_deathMutex);
             m_use.Object().m_hasEnded = true;
         }
         m_use.EndOfCallingThread();
@@ -176,7 +201,7 @@ DThreadImpl::DThreadImpl(char const* name, int priority, int stackSize, int flag
       m_owner(owner), m_started(0), m_joined(0), m_killed(0), m_waiters(0),
       m_state(State::NoThread), m_joining(false), m_hasEnded(false),
       m_use(new ObjectUse(*this, owner)) {
-    Steps::StoreNameLocked(*this, name);
+    Steps::StoreName(*this, name);
     m_continue.Reset();
     pthread_cond_init(&m_deathCond, nullptr);
     verrick::InitErrorCheckMutex(m_deathMutex, m_deathMutexAttr);
@@ -197,7 +222,7 @@ DThreadImpl::~DThreadImpl() {
 
 bool DThreadImpl::Create(DThread* thread, int priority, int stackSize, int /*flags*/) {
     DThreadImpl& impl = *thread->m_impl;
-    MutexLock lock(impl.m_deathMutex);
+    DeathLock const lock(impl.m_deathMutex);
     if (impl.m_state != State::NoThread) {
         return false;
     }
@@ -223,16 +248,15 @@ bool DThreadImpl::Create(DThread* thread, int priority, int stackSize, int /*fla
     return true;
 }
 
-// The argument is the block that outlives the object, because the object may be gone by now.
+// The argument is the block that outlives the object, because the object may be gone by now. The
+// return ends the thread as pthread_exit(nullptr) does, without unwinding its stack for that.
 void* DThreadImpl::ThreadMain(void* arg) {
     auto& use = *static_cast<ObjectUse*>(arg);
-    {
-        ThreadScope const scope(use);
-        if (use.Begin()) {
-            use.Object().PreRun();
-        }
+    ThreadScope const scope(use);
+    if (use.Begin()) {
+        use.Object().PreRun();
     }
-    pthread_exit(nullptr);
+    return nullptr;
 }
 
 // The use of the object ends ahead of Run: from there on the object may be gone, and after Run it
@@ -240,7 +264,7 @@ void* DThreadImpl::ThreadMain(void* arg) {
 void DThreadImpl::PreRun() {
     UseScope use(*m_use);
     {
-        MutexLock lock(m_deathMutex);
+        DeathLock const lock(m_deathMutex);
         verrick::ApplyRealTimePriority(m_priority.load(relaxed));
         Steps::ApplyNameLocked(*this, pthread_self());
     }
@@ -263,7 +287,7 @@ bool DThreadImpl::Steps::WaitForStart(DThreadImpl& impl) {
         if (impl.m_continue.Wait(kForever) != WAIT_RESULT_OK) {
             return false;
         }
-        MutexLock lock(impl.m_deathMutex);
+        DeathLock const lock(impl.m_deathMutex);
         if (impl.m_state != State::Parked) {
             return true;
         }
@@ -292,7 +316,7 @@ bool DThreadImpl::Steps::WaitForStart(DThreadImpl& impl) {
 RunFunction DThreadImpl::Steps::EnterRun(DThreadImpl& impl) {
     for (;;) {
         {
-            MutexLock lock(impl.m_deathMutex);
+            DeathLock const lock(impl.m_deathMutex);
             if (impl.m_state != State::Started || impl.m_owner == nullptr) {
                 return nullptr;
             }
@@ -313,7 +337,7 @@ void DThreadImpl::Run() {
 // The signal is given with the lock held: without it the thread could already have run, and Run
 // could have destroyed the object.
 void DThreadImpl::Start() {
-    MutexLock lock(m_deathMutex);
+    DeathLock const lock(m_deathMutex);
     if (m_state == State::Parked) {
         m_started.store(1, relaxed);
         m_state = State::Started;
@@ -328,7 +352,7 @@ void DThreadImpl::Kill() {
     pthread_t thread{};
     State before{};
     {
-        MutexLock lock(m_deathMutex);
+        DeathLock const lock(m_deathMutex);
         before = m_state;
         thread = m_thread.load(relaxed);
         std::memcpy(name, m_name, sizeof name);
@@ -385,7 +409,7 @@ bool DThreadImpl::Steps::HasLiveThreadLocked(DThreadImpl const& impl) {
 }
 
 int DThreadImpl::SetPriority(int priority) {
-    MutexLock lock(m_deathMutex);
+    DeathLock const lock(m_deathMutex);
     if (!verrick::IsRealTimePriority(priority) || m_state == State::NoThread ||
         m_state == State::Joined || m_state == State::LetGo) {
         return -1;
@@ -407,11 +431,11 @@ int DThreadImpl::GetPriority() {
 }
 
 void DThreadImpl::SetName(char const* name) {
-    MutexLock lock(m_deathMutex);
+    DeathLock const lock(m_deathMutex);
     if (m_state == State::NoThread || m_state == State::LetGo) {
         return;
     }
-    Steps::StoreNameLocked(*this, name);
+    Steps::StoreName(*this, name);
     if (Steps::HasLiveThreadLocked(*this)) {
         Steps::ApplyNameLocked(*this, m_thread.load(relaxed));
     }
@@ -421,7 +445,7 @@ char const* DThreadImpl::GetName() {
     return m_name;
 }
 
-void DThreadImpl::Steps::StoreNameLocked(DThreadImpl& impl, char const* name) {
+void DThreadImpl::Steps::StoreName(DThreadImpl& impl, char const* name) {
     constexpr std::size_t last = sizeof impl.m_name - 1;
     std::strncpy(impl.m_name, name != nullptr ? name : "UNKNOWN", last);
     impl.m_name[last] = '\0';
@@ -452,7 +476,7 @@ int DThreadImpl::WaitForThreadDeath(int timeoutMs) {
     }
     pthread_t thread{};
     {
-        MutexLock lock(m_deathMutex);
+        DeathLock const lock(m_deathMutex);
         if (m_state == State::Joined) {
             return WAIT_RESULT_OK;
         }
