@@ -231,7 +231,7 @@ private:
         unsigned int m_id;
         bool m_inUse; /* stays set during the delivery, so that the entry isn't used again */
     };
-    struct Parts;
+    struct VERRICK_INTERNAL Parts;
 
     DList m_queue VERRICK_GUARDED_BY(m_csQueue); /* oldest at the head */
     DCriticalSection m_csQueue; /* guards the pool's m_inUse too; see DTimeManagerImpl */
@@ -276,10 +276,10 @@ private:
         unsigned int m_expiry; /* the m_ticks at which the timer is due */
         bool m_repeat;
     };
-    struct Timer;
-    class TimerIndex;
-    class ActiveLock;
-    struct Parts;
+    struct VERRICK_INTERNAL Timer;
+    class VERRICK_INTERNAL TimerIndex;
+    class VERRICK_INTERNAL ActiveLock;
+    struct VERRICK_INTERNAL Parts;
 
     /* Whether the pair is in the list, and the first item with it. The caller holds its lock. */
     bool AlreadyPresentInList(DList& list, ITimerListener* listener, unsigned int id);
