@@ -228,7 +228,7 @@ TEST_F(TimerClock, AnExpiryThatWaitsForDeliverySurvivesDeactivateButNotDestroy) 
     blocking.then = [&](unsigned int) { gate.Pass(); };
     Service().CreateRelativeTimer(&blocking, 2, 0, 0, 0);
     Create(1, 10, TIMER_REPEAT);
-    Create(2, 10, TIMER_REPEAT);
+    EXPECT_TRUE(Create(2, 10, TIMER_REPEAT)); // the same id, but another listener
     ticks.Advance();
     Service().Deactivate(&listener, 1);
     Service().Destroy(&listener, 2);
