@@ -10,15 +10,19 @@ target_sources(Verrick PRIVATE
     frame/sleep.cpp
     frame/version.cpp
 
+    threads/listener_call.cpp
+    threads/object_use.cpp
+    threads/run_lookup.cpp
     threads/scheduling.cpp
+    threads/signals.cpp
     threads/tasks.cpp
     threads/thread.cpp
-    threads/thread_control.cpp
     threads/thread_impl.cpp
     threads/time_manager.cpp
+    threads/time_manager_impl.cpp
     threads/time_primitives.cpp
     threads/timer_dispatch.cpp
-    threads/timer_engine.cpp
+    threads/timer_index.cpp
     threads/worker_thread.cpp
 
     ini/conversion.cpp
