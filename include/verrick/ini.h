@@ -172,18 +172,7 @@ private:
     bool ReplaceSection(wchar_t const* section, wchar_t const* lines);
     bool DeleteSection(wchar_t const* section);
 
-    bool Reopen(char const* mode);
-    template<typename Step>
-    bool Scan(long start, Step step);
-    template<typename Step>
-    bool ScanOn(Step step);
-    template<typename Find, typename Next, typename Add>
-    unsigned int List(wchar_t* out, unsigned int size, Find find, Next next, Add add);
-    bool MakeRoom(long start, long end, std::size_t bytes);
-    template<typename Print>
-    bool WriteAt(long offset, Print print);
-    template<typename Print>
-    bool Append(Print print);
+    struct Steps; /* what the operations share; none of it is exported */
 
     wchar_t m_fileName[4096]; /* as the last Open got it */
     FILE* m_file;             /* null while closed; holds no unwritten text between operations */
@@ -192,8 +181,6 @@ private:
     wchar_t* m_value;         /* in m_line: the value of the key last found */
     unsigned int m_lineSize;  /* elements of m_line */
     char m_mode[10];          /* of the next fopen */
-    long m_keyStart;          /* offset of the line of the key last found, comments not counted */
-    bool m_readFailed;        /* a scan since Open ended in an error, not at the end of the file */
 };
 
 #endif
