@@ -60,6 +60,19 @@ void IniScan::TakeLine() {
     _trim(m_line);
 }
 
+// Takes a section name of plain bytes from the line, which needs no conversion. Returns false if
+// the name isn't of that kind.
+bool IniScan::TakePlainHeader(char const* name, char const* end) {
+    wchar_t* out = m_line;
+    wchar_t* nameEnd = m_line;
+    for (; name != end && IsPlain(*name) && *name != ']'; ++name) {
+        *out++ = static_cast<wchar_t>(*name);
+        nameEnd = *name != ' ' ? out : nameEnd;
+    }
+    *nameEnd = L'\0';
+    return name != end && *name == ']';
+}
+
 // Turns the line buffer into a section name. Returns false if the line is no header.
 bool IniScan::TakeHeader() {
     wchar_t* const end = m_line[0] == L'[' ? std::wcschr(m_line, L']') : nullptr;
@@ -86,29 +99,27 @@ bool IniScan::TakeKey() {
     return true;
 }
 
-// A null name is any name. For another, headers that can't have it are passed over like other
-// lines.
+// A null name is any name. Headers that can't have another one are passed over like other lines.
 bool IniScan::NextSectionLike(wchar_t const* name) {
-    for (m_mark = m_lines.End(); m_lines.Next(); m_mark = m_lines.End()) {
-        char const* text = m_lines.Text();
-        if (IsAscii(*text) && *text > ' ' && *text != '[') {
-            continue;
-        }
+    bool found = false;
+    while (!found && m_lines.NextHolding('[')) {
         char const* const end = m_lines.TextEnd();
-        text = SkipBlanks(text, end);
+        char const* const text = SkipBlanks(m_lines.Text(), end);
         if (text == end || (IsAscii(*text) && *text != '[')) {
             continue;
         }
-        if (name != nullptr && *text == '[' &&
-            !MayBeNamed(name, SkipBlanks(text + 1, end), end, ']')) {
+        char const* const inside = SkipBlanks(text + 1, end);
+        if (*text == '[' && name != nullptr && !MayBeNamed(name, inside, end, ']')) {
             continue;
         }
-        TakeLine();
-        if (TakeHeader()) {
-            return true;
+        found = *text == '[' && TakePlainHeader(inside, end);
+        if (!found) {
+            TakeLine();
+            found = TakeHeader();
         }
     }
-    return false;
+    m_mark = found ? m_lines.Start() : m_lines.End();
+    return found;
 }
 
 // A null name is any name. For another, keys that can't have it are passed over like other lines.

@@ -43,6 +43,7 @@ private:
     bool NextKeyLike(wchar_t const* name);
     bool Find(bool (IniScan::*nextLike)(wchar_t const*), wchar_t const* name);
     void TakeLine();
+    bool TakePlainHeader(char const* name, char const* end);
     bool TakeHeader();
     bool TakeKey();
 

@@ -30,15 +30,24 @@ public:
 
     // Goes to the next line. Returns false at the end of the file and after a read error.
     bool Next() {
-        auto* const lineFeed = static_cast<char*>(
-            std::memchr(m_next, '\n', static_cast<std::size_t>(m_filled - m_next)));
+        char* const lineFeed = Find(m_next, '\n');
         if (lineFeed == nullptr) {
             return NextAcrossBlocks();
         }
-        m_droppedBytes = 0;
-        m_line = m_next;
-        m_textEnd = lineFeed;
-        m_next = lineFeed + 1;
+        TakeUpTo(lineFeed);
+        return true;
+    }
+
+    // Goes to the next line that holds the byte, or to one before it. Returns false as Next does.
+    bool NextHolding(char byte) {
+        char* const found = Find(m_next, byte);
+        char* const lineFeed = found != nullptr ? Find(found, '\n') : nullptr;
+        if (lineFeed == nullptr) {
+            SkipTo(m_filled);
+            return NextAcrossBlocks();
+        }
+        SkipTo(found);
+        TakeUpTo(lineFeed);
         return true;
     }
 
@@ -59,6 +68,29 @@ public:
 private:
     static constexpr std::size_t kFirstBlockBytes = 4096;
     static constexpr std::size_t kLargeBlockBytes = 32 * 1024;
+
+    // Finds a byte among those that were read and not taken.
+    char* Find(char* from, char byte) const {
+        return static_cast<char*>(
+            std::memchr(from, byte, static_cast<std::size_t>(m_filled - from)));
+    }
+
+    // Takes the line that begins at m_next.
+    void TakeUpTo(char* lineFeed) {
+        m_droppedBytes = 0;
+        m_line = m_next;
+        m_textEnd = lineFeed;
+        m_next = lineFeed + 1;
+    }
+
+    // Passes over the lines ahead of the one that the byte is in.
+    void SkipTo(char* byte) {
+        auto* const lineFeed =
+            static_cast<char*>(memrchr(m_next, '\n', static_cast<std::size_t>(byte - m_next)));
+        if (lineFeed != nullptr) {
+            m_next = lineFeed + 1;
+        }
+    }
 
     bool NextAcrossBlocks();
     bool MakeRoom();
