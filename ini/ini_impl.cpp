@@ -219,12 +219,13 @@ int DIniImpl::Open(wchar_t const* fileName) {
     Close(); // NOLINT(clang-analyzer-optin.cplusplus.VirtualCall)
     m_lineStart = 0;
     m_value = m_line;
-    if (fileName == nullptr || std::wcslen(fileName) >= std::size(m_fileName)) {
+    std::size_t const length = fileName != nullptr ? std::wcslen(fileName) : std::size(m_fileName);
+    if (length >= std::size(m_fileName)) {
         m_fileName[0] = L'\0';
         return 0;
     }
-    if (std::wcscmp(fileName, m_fileName) != 0) {
-        std::wcscpy(m_fileName, fileName);
+    if (fileName != m_fileName) {
+        std::wmemmove(m_fileName, fileName, length + 1);
     }
     char narrowName[verrick::kPathElements];
     if (verrick::NarrowName(narrowName, sizeof narrowName, m_fileName)) {

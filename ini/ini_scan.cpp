@@ -1,5 +1,7 @@
 #include "ini/ini_scan.h"
 
+#include "strings/text_conversion.h"
+
 #include <verrick/strings.h>
 
 #include <cstring>
@@ -33,21 +35,23 @@ bool IsSameIgnoringCase(char byte, wchar_t character) {
                                     std::towupper(static_cast<std::wint_t>(character));
 }
 
-// Whether the name that begins at text and ends at the delimiter may be the wanted one. It is a
-// quick test that spares most lines the conversion. It says yes whenever a byte isn't plain.
-bool MayBeNamed(wchar_t const* name, char const* text, char const* end, char delimiter) {
+enum class Match { kNo, kYes, kMaybe };
+
+// Compares the name that begins at text and ends at the delimiter, without a conversion. The result
+// is kMaybe if a byte isn't plain, or if there is no delimiter.
+Match MatchName(wchar_t const* name, char const* text, char const* end, char delimiter) {
     for (; text != end && IsPlain(*text); ++text, ++name) {
-        if (*text == delimiter) {
-            return *name == L'\0';
-        }
         if (*name == L'\0') {
-            return IsBlank(*text);
+            text = SkipBlanks(text, end);
+            return text == end || !IsPlain(*text) ? Match::kMaybe
+                   : *text == delimiter           ? Match::kYes
+                                                  : Match::kNo;
         }
-        if (!IsSameIgnoringCase(*text, *name)) {
-            return false;
+        if (*text == delimiter || !IsSameIgnoringCase(*text, *name)) {
+            return Match::kNo;
         }
     }
-    return true;
+    return Match::kMaybe;
 }
 
 } // namespace
@@ -109,9 +113,12 @@ bool IniScan::NextSectionLike(wchar_t const* name) {
             continue;
         }
         char const* const inside = SkipBlanks(text + 1, end);
-        if (*text == '[' && name != nullptr && !MayBeNamed(name, inside, end, ']')) {
+        bool const isPlain = *text == '[' && name != nullptr;
+        Match const match = isPlain ? MatchName(name, inside, end, ']') : Match::kMaybe;
+        if (match == Match::kNo) {
             continue;
         }
+        m_isNamed = match == Match::kYes;
         found = *text == '[' && TakePlainHeader(inside, end);
         if (!found) {
             TakeLine();
@@ -134,8 +141,10 @@ bool IniScan::NextKeyLike(wchar_t const* name) {
             continue;
         }
         bool const mayBeHeader = !isEmpty && (*text == '[' || !IsAscii(*text));
+        Match const match = name != nullptr ? MatchName(name, text, end, '=') : Match::kMaybe;
+        m_isNamed = match == Match::kYes;
         bool const mayBeKey =
-            !isEmpty && (name == nullptr || MayBeNamed(name, text, end, '=')) &&
+            !isEmpty && match != Match::kNo &&
             std::memchr(text, '=', static_cast<std::size_t>(end - text)) != nullptr;
         if (mayBeHeader || mayBeKey) {
             TakeLine();
@@ -161,7 +170,7 @@ bool IniScan::Find(bool (IniScan::*nextLike)(wchar_t const*), wchar_t const* nam
     }
     _trim(wanted.get());
     while ((this->*nextLike)(wanted.get())) {
-        if (_stricmp(m_line, wanted.get()) == 0) {
+        if (m_isNamed || _stricmp(m_line, wanted.get()) == 0) {
             return true;
         }
     }

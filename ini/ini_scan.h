@@ -52,6 +52,7 @@ private:
     wchar_t* m_value;
     long m_mark;
     long m_keyStart = 0;
+    bool m_isNamed = false; // the line found has the wanted name for sure
 };
 
 } // namespace verrick

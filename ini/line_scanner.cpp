@@ -36,16 +36,19 @@ bool LineScanner::NextAcrossBlocks() {
     return isLine;
 }
 
-// Drops the lines that were taken, or the middle of a line that fills the block. Returns false if
-// the file ends here all the same.
+// Makes room in a full block: drops the lines that were taken, or the middle of a line that fills
+// the block. Returns false if the file ends here all the same.
 bool LineScanner::MakeRoom() {
-    if (m_block == m_firstBlock && m_filled != m_firstBlock) {
+    if (m_filled != m_blockEnd) {
+        return true;
+    }
+    if (m_block == m_firstBlock) {
         if (!MayReadOn()) {
             return false;
         }
         UseLargeBlock();
     }
-    auto kept = m_filled - m_line;
+    std::ptrdiff_t kept = m_filled - m_line;
     if (m_line != m_block) {
         std::memmove(m_block, m_line, static_cast<std::size_t>(kept));
     } else if (m_filled == m_blockEnd) {
@@ -111,20 +114,10 @@ char const* LineScanner::TextEnd() const {
     return std::min(end, static_cast<char const*>(m_line + kLineElements - 1));
 }
 
-// Plain bytes need no conversion. The rest of the line goes through the locale. The terminator
-// falls on the line's own end, or on bytes that nobody looks at any more.
+// The terminator falls on the line's own end, or on bytes that nobody looks at any more.
 void LineScanner::Widen(wchar_t* buffer) {
-    char* text = m_line;
-    char* const end = m_line + (TextEnd() - m_line);
-    for (; text != end && IsPlain(*text); ++text) {
-        *buffer++ = static_cast<wchar_t>(*text);
-    }
-    if (text == end) {
-        *buffer = L'\0';
-        return;
-    }
-    *end = '\0';
-    WidenUpToFault(buffer, static_cast<std::size_t>(end - text) + 1, text);
+    m_line[TextEnd() - m_line] = '\0';
+    WidenUpToFault(buffer, kLineElements, m_line);
 }
 
 } // namespace verrick

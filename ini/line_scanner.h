@@ -118,10 +118,4 @@ private:
     char m_firstBlock[kFirstBlockBytes + 1]; // each block has room for a terminator
 };
 
-// Whether a byte stands for the same character in every charset of a locale. ASCII letters, digits
-// and most signs do. A backslash, a tilde and control characters may not.
-inline bool IsPlain(char byte) {
-    return byte >= ' ' && byte < '~' && byte != '\\';
-}
-
 } // namespace verrick
