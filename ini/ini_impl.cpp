@@ -95,7 +95,7 @@ bool Put(int descriptor, long start, long end, FileText const& text) {
 struct DIniImpl::Steps {
     // What each operation begins with. Returns whether there is a stream.
     static bool Reopen(DIniImpl& ini, char const* mode) {
-        std::strcpy(ini.m_mode, mode);
+        std::memcpy(ini.m_mode, mode, std::strlen(mode) + 1);
         ini.Open(ini.m_fileName);
         return ini.m_file != nullptr;
     }
