@@ -29,12 +29,13 @@ target_sources(Verrick PRIVATE
     ini/line_scanner.cpp
     ini/profile.cpp
 
+    files/entry_fields.cpp
     files/file.cpp
     files/libraries.cpp
     files/listing.cpp
     files/paths.cpp
     files/search.cpp
-    files/status.cpp
+    files/stat.cpp
 
     handles/flat_critical_section.cpp
     handles/handles.cpp
@@ -42,18 +43,17 @@ target_sources(Verrick PRIVATE
     queues/message_queue.cpp
     queues/ring.cpp
 
-    strings/compare.cpp
     strings/debug.cpp
     strings/printing.cpp
+    strings/strings.cpp
     strings/text_conversion.cpp
-    strings/trim.cpp
-    strings/wide.cpp
 )
 
-# On a 32-bit target the files and directories are those of any size and date, and the calls that
-# these sources make for them are libc's own for such records. files/status.cpp stays without: it
-# exports the target's plain stat and fstat.
+# These sources handle files and directories of any size and date on a 32-bit target too. Their calls
+# are libc's own for such records. files/stat.cpp stays without the definitions, because it exports
+# the target's plain stat and fstat.
 set_source_files_properties(
+    files/entry_fields.cpp
     files/file.cpp
     files/listing.cpp
     files/search.cpp

@@ -31,16 +31,16 @@ struct Narrowed {
 Narrowed Narrow(char* destination, std::size_t room, wchar_t const* source);
 
 // Converts a name of the system (a path, a symbol) into size bytes. Returns false for a null name,
-// for a name that takes more, and for one that the locale can't convert, because a part of a name
-// would name something else. The destination then holds no usable text.
+// for a name that takes more, and for one that the locale can't convert. A part of a name would
+// name something else. The destination then holds no usable text.
 bool NarrowName(char* destination, std::size_t size, wchar_t const* name);
 
 // Converts text into size wide characters, with the terminator. Returns false if the text doesn't
 // fit or can't be converted. The destination then holds no usable text.
 bool Widen(wchar_t* destination, std::size_t size, char const* text);
 
-// Converts text up to the first byte that can't be converted, and terminates it. size is in wide
-// characters and is greater than the number of bytes in text.
+// Converts text up to the first byte that can't be converted, and terminates it. The
+// destination's size is in wide characters. It is greater than the number of bytes in text.
 void WidenUpToFault(wchar_t* destination, std::size_t size, char const* text);
 
 // Narrow text in memory of its own, as long as it needs to be: for names, keys and values of any

@@ -19,15 +19,11 @@
 #include <verrick/critical_section.h>
 #include <verrick/detail/api.h>
 #include <verrick/event.h>
+#include <verrick/flat/constants.h>
 #include <verrick/list.h>
 #include <verrick/thread.h>
 
 #include <atomic>
-
-/** A flag of CreateRelativeTimer: not armed until Activate. */
-constexpr unsigned int TIMER_INACTIVE = 1;
-/** A flag of CreateRelativeTimer: armed again at each expiry. */
-constexpr unsigned int TIMER_REPEAT = 2;
 
 /** What an application supplies. The service never deletes it. */
 class ITimerListener {
