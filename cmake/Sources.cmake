@@ -26,10 +26,9 @@ target_sources(Verrick PRIVATE
     threads/worker_thread.cpp
 
     ini/conversion.cpp
-    ini/file_move.cpp
     ini/ini.cpp
-    ini/ini_editor.cpp
-    ini/ini_reader.cpp
+    ini/ini_file.cpp
+    ini/ini_impl.cpp
     ini/ini_scan.cpp
     ini/line_scanner.cpp
     ini/profile.cpp

@@ -2,27 +2,17 @@
 
 #include <cstring>
 #include <cwchar>
-#include <langinfo.h>
 
 namespace verrick {
 
 namespace {
 
-// Returns whether bytes below 128 stand for the characters of the same values.
-bool HasPlainAscii() {
-    char const* const encoding = nl_langinfo(CODESET);
-    return std::strcmp(encoding, "UTF-8") == 0 || std::strcmp(encoding, "ANSI_X3.4-1968") == 0;
-}
-
-bool IsAscii(char c) {
-    return static_cast<unsigned char>(c) < 128;
-}
-
-// Widens a text up to its first byte above 127, or all of it. Returns the number of characters.
-std::size_t WidenPlainAscii(wchar_t* destination, char const* text) {
+// Copies the plain characters at the start of text, at most limit of them. Returns their number.
+template<typename To, typename From>
+std::size_t CopyPlain(To* destination, From const* text, std::size_t limit) {
     std::size_t count = 0;
-    for (; text[count] != '\0' && IsAscii(text[count]); ++count) {
-        destination[count] = static_cast<wchar_t>(text[count]);
+    for (; count < limit && IsPlain(text[count]); ++count) {
+        destination[count] = static_cast<To>(text[count]);
     }
     return count;
 }
@@ -32,11 +22,16 @@ std::size_t WidenPlainAscii(wchar_t* destination, char const* text) {
 // The conversion gets one byte less than the room, so that a cut text can be terminated too. If it
 // stops there, rest points to the first character that didn't fit. That may be the terminator.
 Narrowed Narrow(char* destination, std::size_t room, wchar_t const* source) {
-    std::mbstate_t state{};
-    wchar_t const* rest = source;
-    std::size_t const bytes = std::wcsrtombs(destination, &rest, room - 1, &state);
-    if (bytes == kConversionFault) {
-        return {false, false, 0};
+    std::size_t bytes = CopyPlain(destination, source, room - 1);
+    wchar_t const* rest = source + bytes;
+    if (*rest != L'\0') {
+        std::mbstate_t state{};
+        std::size_t const converted =
+            std::wcsrtombs(destination + bytes, &rest, room - 1 - bytes, &state);
+        if (converted == kConversionFault) {
+            return {false, false, 0};
+        }
+        bytes += converted;
     }
     destination[bytes] = '\0';
     return {true, rest == nullptr || *rest == L'\0', bytes};
@@ -52,17 +47,16 @@ bool Widen(wchar_t* destination, std::size_t size, char const* text) {
     return std::mbsrtowcs(destination, &rest, size, &state) != kConversionFault && rest == nullptr;
 }
 
-// Most texts are ASCII, and for those libc's conversion takes long.
-//
-// Otherwise the first conversion stores all characters up to the fault, but doesn't say how many.
-// The second one converts the same bytes again and counts.
+// The first conversion stores all characters up to the fault, but doesn't say how many. The second
+// one converts the same bytes again and counts.
 void WidenUpToFault(wchar_t* destination, std::size_t size, char const* text) {
-    if (HasPlainAscii()) {
-        std::size_t const count = WidenPlainAscii(destination, text);
-        if (text[count] == '\0') {
-            destination[count] = L'\0';
-            return;
-        }
+    std::size_t const plain = CopyPlain(destination, text, size);
+    destination += plain;
+    text += plain;
+    size -= plain;
+    if (*text == '\0') {
+        *destination = L'\0';
+        return;
     }
     std::mbstate_t state{};
     char const* rest = text;

@@ -12,6 +12,14 @@ namespace verrick {
 // What wcsrtombs and mbsrtowcs return for text that doesn't convert.
 constexpr auto kConversionFault = static_cast<std::size_t>(-1);
 
+// Returns whether a character has the same code in every charset of a locale. ASCII letters, digits
+// and most signs do. A backslash, a tilde and control characters may not. Plain text needs no
+// conversion, which would take most of the time of a short call.
+template<typename Character>
+constexpr bool IsPlain(Character character) {
+    return character >= ' ' && character < '~' && character != '\\';
+}
+
 struct Narrowed {
     bool converted;    // the locale has every character
     bool whole;        // converted, and nothing was cut
