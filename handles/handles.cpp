@@ -1,10 +1,8 @@
 // One source for all of it, so that the way from a handle to the object's code is inlined.
 #include <verrick/handles.h>
 
-#include "frame/deadline.h"
-#include "frame/mutex.h"
-#include "frame/sleep.h"
-#include "frame/waiting.h"
+#include "frame/event_core.h"
+#include "frame/timeout.h"
 #include "handles/event_internals.h"
 #include <verrick/flat/frame.h>
 
@@ -16,9 +14,6 @@ namespace {
 
 constexpr unsigned long kAnyType = 0;
 constexpr unsigned long kNoType = 0;
-
-using verrick::CountedWaiter;
-using verrick::relaxed;
 
 XEvent* EventFromHandle(HANDLE handle) {
     return static_cast<XEvent*>(XHandleObject::ObjectFromHandle(handle, XEVENT_TYPE_TAG));
@@ -42,6 +37,17 @@ int WaitForPost(sem_t& semaphore, unsigned long timeoutMs) {
     return sem_timedwait(&semaphore, &deadline);
 }
 
+unsigned long WaitResult(int error) {
+    switch (error) {
+    case 0:
+        return WAIT_OBJECT_0;
+    case ETIMEDOUT:
+        return WAIT_TIMEOUT;
+    default:
+        return WAIT_FAILED;
+    }
+}
+
 } // namespace
 
 XHandleObject::XHandleObject(unsigned long type) : m_type(type) {}
@@ -59,107 +65,34 @@ XHandleObject* XHandleObject::ObjectFromHandle(void* handle, unsigned long type)
     return object;
 }
 
+// An event on the fields of an XEvent.
+struct XEvent::Core : verrick::EventCore<int> {
+    explicit Core(XEvent& event)
+        : EventCore({event.m_signaled, event.m_waiters, event.m_handover, event.m_manualReset == 0},
+                    {event.m_closing, event.m_cond, event.m_mutex, event.m_mutexAttr,
+                     "pthread_cond_wait returned error (other than EINTR)"}) {}
+};
+
 XEvent::XEvent(int initialState, int manualReset)
     : XHandleObject(XEVENT_TYPE_TAG), m_manualReset(manualReset), m_signaled(initialState),
       m_waiters(0), m_closing(0) {
-    pthread_cond_init(&m_cond, nullptr);
-    verrick::InitErrorCheckMutex(m_mutex, m_mutexAttr);
+    Core(*this).Create();
 }
 
 XEvent::~XEvent() = default;
 
 unsigned long XEvent::WaitForSingleObject(unsigned long timeoutMs) {
-    if (m_closing.load(relaxed) != 0) {
-        return WAIT_FAILED;
-    }
-    verrick::MutexLock lock(m_mutex);
-    return WaitHeld(timeoutMs);
-}
-
-unsigned long XEvent::WaitHeld(unsigned long timeoutMs) {
-    if (m_closing.load(relaxed) != 0) {
-        return WAIT_FAILED;
-    }
-    if (m_signaled.load(relaxed) != 0) {
-        if (m_manualReset == 0) {
-            m_signaled.store(0, relaxed);
-        }
-        return WAIT_OBJECT_0;
-    }
-    // The state is not looked at again: every wake-up counts, for a signal to a waiter leaves none.
-    CountedWaiter counted(m_waiters);
-    auto const timeout32Ms = static_cast<std::uint32_t>(timeoutMs);
-    switch (timeout32Ms == INFINITE ? WaitForever() : WaitOnce(timeout32Ms)) {
-    case 0:
-        return WAIT_OBJECT_0;
-    case ETIMEDOUT:
-        return WAIT_TIMEOUT;
-    default:
-        return WAIT_FAILED;
-    }
-}
-
-// Both block on the condition and give the error of the wait. The wait's result is the error: errno
-// may hold anything.
-int XEvent::WaitForever() {
-    for (;;) {
-        int const error = pthread_cond_wait(&m_cond, &m_mutex);
-        if (error == 0) {
-            return 0;
-        }
-        if (error != EINTR) {
-            std::puts("pthread_cond_wait returned error (other than EINTR)");
-            return error;
-        }
-        verrick::SleepMs(verrick::kRetryMs);
-    }
-}
-
-int XEvent::WaitOnce(unsigned int timeoutMs) {
-    timespec const deadline = verrick::FlatDeadlineAfter(timeoutMs);
-    return pthread_cond_timedwait(&m_cond, &m_mutex, &deadline);
+    return WaitResult(Core(*this).Wait(verrick::FlatTimeout(timeoutMs)));
 }
 
 int XEvent::SetToSignaledState() {
-    if (m_closing.load(relaxed) != 0) {
-        return 0;
-    }
-    verrick::MutexLock lock(m_mutex);
-    return SignalHeld();
+    Core core(*this);
+    return !core.IsEnding() && core.Signal() == 0 ? 1 : 0;
 }
 
-// With a waiter the state stays clear: the wake-up itself is the signal, and the woken thread finds
-// nothing to consume. Without one there is nobody to wake.
-int XEvent::SignalHeld() {
-    if (m_manualReset == 0) {
-        bool const hasWaiters = m_waiters.load(relaxed) > 0;
-        m_signaled.store(hasWaiters ? 0 : 1, relaxed);
-        return !hasWaiters || pthread_cond_signal(&m_cond) == 0 ? 1 : 0;
-    }
-    m_signaled.store(1, relaxed);
-    return pthread_cond_broadcast(&m_cond) == 0 ? 1 : 0;
-}
-
-// The flag and the broadcast stand under the mutex, and the wait looks at the flag again under it,
-// so that no thread on its way into its wait misses the broadcast. The last lock and unlock lets
-// the last waiter get out of the mutex before that goes.
 int XEvent::CloseHandle() {
-    if (m_closing.load(relaxed) != 0) {
-        return 0;
-    }
-    {
-        verrick::MutexLock lock(m_mutex);
-        m_closing.store(1, relaxed);
-        pthread_cond_broadcast(&m_cond);
-    }
-    while (m_waiters.load(relaxed) > 0) {
-        verrick::SleepMs(verrick::kDrainMs);
-    }
-    pthread_mutex_lock(&m_mutex);
-    pthread_mutex_unlock(&m_mutex);
-    verrick::DestroyErrorCheckMutex(m_mutex, m_mutexAttr);
-    pthread_cond_destroy(&m_cond);
-    return 1;
+    Core core(*this);
+    return !core.IsEnding() && core.End() ? 1 : 0;
 }
 
 // The semaphore is zeroed first, because sem_init leaves it as it is when it refuses the count.
@@ -205,32 +138,38 @@ int SetEvent(HANDLE event) {
 
 void verrick::EventInternals::SetUnlessSet(HANDLE event) {
     XEvent& object = EventAt(event);
-    if (object.m_signaled.load(relaxed) == 0) {
+    if (object.m_signaled == 0) {
         object.XEvent::SetToSignaledState();
     }
 }
 
 void verrick::EventInternals::Take(HANDLE event, int& state) {
     XEvent& object = EventAt(event);
+    XEvent::Core core(object);
     MutexLock lock(object.m_mutex);
-    while (state != kOffered && object.WaitHeld(INFINITE) == WAIT_OBJECT_0 && state == kTaken) {
+    while (state != kOffered && core.WaitLocked(FlatTimeout(INFINITE)) == 0 && state == kTaken) {
     }
     state = kTaken;
 }
 
 void verrick::EventInternals::Free(HANDLE event, int& state) {
     XEvent& object = EventAt(event);
+    XEvent::Core core(object);
     MutexLock lock(object.m_mutex);
-    state = object.m_waiters.load(relaxed) > 0 ? kOffered : kFree;
-    object.SignalHeld();
+    state = core.Waiters() > 0 ? kOffered : kFree;
+    if (!core.TrySignal()) {
+        core.HandOver();
+        pthread_cond_signal(&object.m_cond);
+    }
 }
 
 unsigned long verrick::EventInternals::FreeAndWait(HANDLE lockEvent, int& state, HANDLE event,
                                                    unsigned long timeoutMs) {
     XEvent& object = EventAt(event);
+    XEvent::Core core(object);
     MutexLock lock(object.m_mutex);
     Free(lockEvent, state);
-    return object.WaitHeld(timeoutMs);
+    return WaitResult(core.WaitLocked(FlatTimeout(timeoutMs)));
 }
 
 int PulseEvent(HANDLE event) {
@@ -238,9 +177,7 @@ int PulseEvent(HANDLE event) {
     if (object == nullptr) {
         return 0;
     }
-    verrick::MutexLock lock(object->m_mutex);
-    pthread_cond_signal(&object->m_cond);
-    object->m_signaled.store(0, relaxed);
+    XEvent::Core(*object).Pulse();
     return 1;
 }
 
@@ -249,8 +186,7 @@ int ResetEvent(HANDLE event) {
     if (object == nullptr) {
         return 0;
     }
-    verrick::MutexLock lock(object->m_mutex);
-    object->m_signaled.store(0, relaxed);
+    XEvent::Core(*object).Reset();
     return 1;
 }
 
@@ -291,6 +227,8 @@ int CloseHandle(HANDLE handle) {
         return 0;
     }
     int const result = object->CloseHandle();
-    delete object;
+    if (result != 0) { // another thread has begun to close it, and deletes it
+        delete object;
+    }
     return result;
 }

@@ -11,6 +11,7 @@
 #define VERRICK_EVENT_H
 
 #include <verrick/detail/api.h>
+#include <verrick/detail/event_state.h>
 #include <verrick/frame.h>
 
 #include <atomic>
@@ -74,21 +75,21 @@ public:
     wait_result_t Wait(int timeoutMs) override;
 
 private:
-    int WaitForCondition(int timeoutMs);
+    struct Core; /* the work on the fields */
 
     pthread_cond_t m_cond;
     pthread_mutex_t m_mutex;
     pthread_mutexattr_t m_mutexAttr; /* lives as long as the mutex */
     bool m_autoReset;                /* constant after construction */
-    bool m_signaled;                 /* guarded by m_mutex */
+    /* Reads as a bool. It is atomic: without waiting threads it changes without the lock. */
+    verrick::EventState<unsigned char> m_signaled;
     /*
-     * These change under m_mutex, but for the fall of m_signalling, and are read without it, by the
-     * destructor's poll and by the early tests. They publish nothing, the lock does, so relaxed is
-     * enough; only the fall of m_signalling orders itself before the destructor.
+     * Both change under m_mutex. The destructor and the early tests read them without it. They
+     * order no other memory, so relaxed is enough.
      */
     std::atomic<int> m_waiters;    /* threads inside the blocking part of Wait */
     std::atomic<int> m_destroying; /* 0, or 1 from the start of the destructor */
-    std::atomic<int> m_signalling; /* calls of Signal that have yet to let go of the object */
+    verrick::EventHandover m_handover;
 };
 
 #endif

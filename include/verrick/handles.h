@@ -12,6 +12,7 @@
 #define VERRICK_HANDLES_H
 
 #include <verrick/detail/api.h>
+#include <verrick/detail/event_state.h>
 #include <verrick/flat/handles.h>
 
 #include <atomic>
@@ -68,24 +69,21 @@ private:
     friend int ::ResetEvent(HANDLE event);
     friend struct verrick::EventInternals;
 
-    /* All of these under m_mutex. */
-    unsigned long WaitHeld(unsigned long timeoutMs);
-    int WaitForever();
-    int WaitOnce(unsigned int timeoutMs);
-    int SignalHeld();
+    struct Core; /* the work on the fields */
 
     int m_manualReset; /* constant after construction */
+    /* Reads as an int. It is atomic: without waiting threads it changes without the lock. */
+    verrick::EventState<int> m_signaled;
     /*
-     * These change under m_mutex and are read without it, by SetUnlessSet, by the poll of
-     * CloseHandle and by the early tests. They publish nothing, the lock does, so relaxed is
-     * enough.
+     * Both change under m_mutex. CloseHandle and the early tests read them without it. They order
+     * no other memory, so relaxed is enough.
      */
-    std::atomic<int> m_signaled;
     std::atomic<int> m_waiters; /* threads inside the blocking part of the wait */
     std::atomic<int> m_closing; /* 0, or 1 from the start of CloseHandle */
     pthread_cond_t m_cond;
     pthread_mutex_t m_mutex;
     pthread_mutexattr_t m_mutexAttr; /* lives as long as the mutex */
+    verrick::EventHandover m_handover;
 };
 
 /** The semaphore behind a handle. */
