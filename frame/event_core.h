@@ -227,7 +227,8 @@ private:
 
     // Not a cancellation point: a thread that were cancelled here would leave the event half ended.
     void AwaitUnused() {
-        for (int yields = 0; this->Waiters() == 0 && IsWaking() && yields < kDrainYields; ++yields) {
+        for (int yields = 0; this->Waiters() == 0 && IsWaking() && yields < kDrainYields;
+             ++yields) {
             sched_yield();
         }
         CancellationPutOff putOff;

@@ -1,7 +1,8 @@
 // The steps of an event's state, for both kinds of events: DEvent and the event behind a handle.
 // frame/event_core.h puts them around the mutex and the condition.
 //
-// The state word is clear, set or awaited (include/verrick/detail/event_state.h). Who may change it:
+// The state word is clear, set or awaited (include/verrick/detail/event_state.h). Who may change
+// it:
 //
 //     step             from       to         under the mutex
 //     TrySignal        clear,set  set        no
@@ -62,8 +63,8 @@ public:
     bool TryTake() {
         Word seen = m_state.load(std::memory_order_acquire);
         while (seen != kClear && seen != kAwaited) {
-            if (!m_autoReset || m_state.compare_exchange_weak(seen, kClear,
-                                                              std::memory_order_acquire)) {
+            if (!m_autoReset ||
+                m_state.compare_exchange_weak(seen, kClear, std::memory_order_acquire)) {
                 return true;
             }
         }

@@ -2,18 +2,21 @@
 #include <verrick/handles.h>
 
 #include "frame/event_core.h"
+#include "frame/semaphore_counts.h"
 #include "frame/timeout.h"
 #include "handles/event_internals.h"
 #include <verrick/flat/frame.h>
 
+#include <algorithm>
 #include <cerrno>
-#include <cstdint>
-#include <cstdio>
+#include <climits>
 
 namespace {
 
 constexpr unsigned long kAnyType = 0;
 constexpr unsigned long kNoType = 0;
+
+using verrick::relaxed;
 
 XEvent* EventFromHandle(HANDLE handle) {
     return static_cast<XEvent*>(XHandleObject::ObjectFromHandle(handle, XEVENT_TYPE_TAG));
@@ -26,15 +29,6 @@ XEvent& EventAt(HANDLE handle) {
 
 XSemaphore* SemaphoreFromHandle(HANDLE handle) {
     return static_cast<XSemaphore*>(XHandleObject::ObjectFromHandle(handle, XSEMAPHORE_TYPE_TAG));
-}
-
-int WaitForPost(sem_t& semaphore, unsigned long timeoutMs) {
-    auto const timeout32Ms = static_cast<std::uint32_t>(timeoutMs);
-    if (timeout32Ms == INFINITE) {
-        return sem_wait(&semaphore);
-    }
-    timespec const deadline = verrick::FlatDeadlineAfter(timeout32Ms);
-    return sem_timedwait(&semaphore, &deadline);
 }
 
 unsigned long WaitResult(int error) {
@@ -97,28 +91,24 @@ int XEvent::CloseHandle() {
 
 // The semaphore is zeroed first, because sem_init leaves it as it is when it refuses the count.
 XSemaphore::XSemaphore(long initialCount, long maxCount)
-    : XHandleObject(XSEMAPHORE_TYPE_TAG), m_sem(), m_max(maxCount),
-      m_count(static_cast<int>(initialCount)) {
-    sem_init(&m_sem, 0, static_cast<unsigned int>(initialCount));
+    : XHandleObject(XSEMAPHORE_TYPE_TAG), m_sem(), m_max(maxCount), m_count(0) {
+    if (sem_init(&m_sem, 0, static_cast<unsigned int>(initialCount)) != 0) {
+        m_count = static_cast<int>(initialCount);
+    }
 }
 
 XSemaphore::~XSemaphore() = default;
 
-// An interrupted wait has failed; unlike an event's it isn't taken up again.
 unsigned long XSemaphore::WaitForSingleObject(unsigned long timeoutMs) {
-    if (WaitForPost(m_sem, timeoutMs) == 0) {
-        InterlockedDecrement(&m_count);
-        return WAIT_OBJECT_0;
+    if (verrick::TakeCount(m_sem, verrick::FlatTimeout(timeoutMs)) != 0) {
+        return WaitResult(errno);
     }
-    return errno == ETIMEDOUT ? WAIT_TIMEOUT : WAIT_FAILED;
+    verrick::DrawFromBank(m_sem, m_count);
+    return WAIT_OBJECT_0;
 }
 
 int XSemaphore::SetToSignaledState() {
-    if (sem_post(&m_sem) != 0) {
-        return 0;
-    }
-    InterlockedIncrement(&m_count);
-    return 1;
+    return sem_post(&m_sem) == 0 ? 1 : 0;
 }
 
 int XSemaphore::CloseHandle() {
@@ -191,7 +181,8 @@ int ResetEvent(HANDLE event) {
 }
 
 HANDLE CreateSemaphore(void* attributes, long initialCount, long maxCount, wchar_t const* name) {
-    if (attributes != nullptr || name != nullptr) {
+    if (attributes != nullptr || name != nullptr || initialCount > INT_MAX ||
+        initialCount < INT_MIN) {
         return nullptr;
     }
     return static_cast<XHandleObject*>(new XSemaphore(initialCount, maxCount));
@@ -202,17 +193,16 @@ int ReleaseSemaphore(HANDLE semaphore, long count, long* previousCount) {
     if (object == nullptr || count < 1) {
         return 0;
     }
-    long const previous = __atomic_load_n(&object->m_count, __ATOMIC_RELAXED);
+    int posted = 0;
+    sem_getvalue(&object->m_sem, &posted);
+    long long const previous = static_cast<long long>(posted) + object->m_count.load(relaxed);
     if (previousCount != nullptr) {
-        *previousCount = previous;
+        *previousCount = static_cast<long>(previous);
     }
-    long total = 0;
-    if (__builtin_add_overflow(previous, count, &total) || total > object->m_max) {
+    if (count > INT_MAX || previous + count > std::min<long long>(object->m_max, SEM_VALUE_MAX)) {
         return 0;
     }
-    for (; count > 0; --count) {
-        object->XSemaphore::SetToSignaledState();
-    }
+    verrick::PostCounts(object->m_sem, object->m_count, static_cast<int>(count));
     return 1;
 }
 

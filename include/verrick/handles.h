@@ -103,10 +103,10 @@ private:
     sem_t m_sem;
     long m_max; /* constant after construction */
     /*
-     * Follows the POSIX count one step behind: changed by the Interlocked calls, read relaxed. It
-     * advises the limit and orders nothing.
+     * What the count has beyond that of m_sem: usually 0. A release of very many counts posts only
+     * some of them and keeps the rest here. A negative initial count stays here for good.
      */
-    int volatile m_count;
+    std::atomic<int> m_count;
 };
 
 #endif

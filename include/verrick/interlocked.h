@@ -15,6 +15,10 @@
 
 #include <atomic>
 
+namespace verrick {
+struct InterlockedAccess; /* the library's own */
+}
+
 /**
  * The interface of counters. Every operation may be called from any thread. The value wraps between
  * INT_MAX and INT_MIN. The owner destroys it when no thread is inside an operation.
@@ -55,6 +59,8 @@ public:
     int GetValue() const override;
 
 private:
+    friend struct verrick::InterlockedAccess;
+
     IInterlockedValue* m_impl; /* owned; constant after construction */
 };
 
@@ -72,9 +78,14 @@ public:
     int GetValue() const override;
 
 private:
-    /* Changes under m_lock; relaxed, because GetValue's bare read orders nothing. */
+    friend struct verrick::InterlockedAccess;
+
+    /*
+     * A change is one atomic step with the order of a lock: it sees what the threads did that
+     * changed the value before, and shows what its own thread did to those that change it after.
+     */
     std::atomic<int> m_value;
-    DCriticalSection m_lock; /* innermost: nothing is taken under it */
+    DCriticalSection m_lock; /* unused: the steps need no lock. It keeps the object's layout. */
 };
 
 /** The word that the primitives count in: 32 bits, and nothing else. */

@@ -108,12 +108,10 @@ private:
     wchar_t* m_name; /* owned, or null; constant after construction */
     sem_t m_sem;
     int m_max; /* constant after construction */
-    /*
-     * The count as the library sees it. It rises before the post and falls after the wait, so it is
-     * never below the POSIX count.
-     */
+    /* The count as the library sees it. It rises before the posts and falls after a wait. */
     DInterlockedValue m_count;
     DInterlockedValue m_refCount; /* changes under the registry's lock, if the node has a name */
+    std::atomic<int> m_bank;      /* the part of m_count that is not in m_sem yet */
 };
 
 /** The registry of named nodes, newest first. */
