@@ -26,12 +26,24 @@ wait_result_t DEvent::Wait(int timeoutMs) {
     return verrick::ForwardOr(WAIT_RESULT_FAILED, m_impl, &IEvent::Wait, timeoutMs);
 }
 
-// An event on the fields of a DEventImpl.
-struct DEventImpl::Core : verrick::EventCore<unsigned char> {
-    explicit Core(DEventImpl& event)
-        : EventCore({event.m_signaled, event.m_waiters, event.m_handover, event.m_autoReset},
-                    {event.m_destroying, event.m_cond, event.m_mutex, event.m_mutexAttr,
-                     "sem_wait returned error (other than EINTR)"}) {}
+struct DEventImpl::Fields {
+    using Word = unsigned char;
+    static constexpr char const* kWaitFailed = "sem_wait returned error (other than EINTR)";
+
+    verrick::EventState<Word>& State() const { return m_event.m_signaled; }
+    std::atomic<int>& WaiterCount() const { return m_event.m_waiters; }
+    std::atomic<int>& Ending() const { return m_event.m_destroying; }
+    verrick::EventHandover& Handover() const { return m_event.m_handover; }
+    bool IsAutoReset() const { return m_event.m_autoReset; }
+    pthread_cond_t& Condition() const { return m_event.m_cond; }
+    pthread_mutex_t& Mutex() const { return m_event.m_mutex; }
+    pthread_mutexattr_t& MutexAttribute() const { return m_event.m_mutexAttr; }
+
+    DEventImpl& m_event;
+};
+
+struct DEventImpl::Core : verrick::EventCore<Fields> {
+    explicit Core(DEventImpl& event) : EventCore(Fields{event}) {}
 };
 
 DEventImpl::DEventImpl(bool initialState, bool autoReset)
@@ -44,14 +56,14 @@ DEventImpl::~DEventImpl() {
 }
 
 void DEventImpl::Signal() {
-    Core core(*this);
+    Core const core(*this);
     if (!core.IsEnding()) {
         core.Signal();
     }
 }
 
 void DEventImpl::Reset() {
-    Core core(*this);
+    Core const core(*this);
     if (!core.IsEnding()) {
         core.Reset();
     }

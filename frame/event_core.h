@@ -25,49 +25,43 @@
 
 namespace verrick {
 
-// The fields of one event that the steps don't need.
-struct EventParts {
-    std::atomic<int>& ending; // 0, or 1 from the start of the end
-    pthread_cond_t& condition;
-    pthread_mutex_t& mutex;
-    pthread_mutexattr_t& attribute;
-    char const* waitFailed; // the line that is printed when a wait without time-out fails
-};
-
-template<typename Word>
-class EventCore : public EventSteps<Word> {
+// Fields is what EventSteps asks for, and also has
+// - Ending(), 0 or 1 from the start of the end;
+// - Condition(), Mutex() and MutexAttribute();
+// - kWaitFailed, the line that is printed when a wait without time-out fails.
+template<class Fields>
+class EventCore : public EventSteps<Fields> {
 public:
-    EventCore(EventSteps<Word> const& steps, EventParts const& parts)
-        : EventSteps<Word>(steps), m_parts(parts) {}
+    explicit EventCore(Fields const& fields) : EventSteps<Fields>(fields) {}
 
     // Makes condition and mutex. All calls are made, whatever their results.
-    void Create() {
-        pthread_cond_init(&m_parts.condition, nullptr);
-        pthread_mutexattr_init(&m_parts.attribute);
-        pthread_mutexattr_settype(&m_parts.attribute, PTHREAD_MUTEX_ERRORCHECK);
-        pthread_mutex_init(&m_parts.mutex, &m_parts.attribute);
+    void Create() const {
+        pthread_cond_init(&this->Condition(), nullptr);
+        pthread_mutexattr_init(&this->MutexAttribute());
+        pthread_mutexattr_settype(&this->MutexAttribute(), PTHREAD_MUTEX_ERRORCHECK);
+        pthread_mutex_init(&this->Mutex(), &this->MutexAttribute());
     }
 
-    bool IsEnding() const { return m_parts.ending.load(relaxed) != 0; }
+    bool IsEnding() const { return this->Ending().load(relaxed) != 0; }
 
     // Returns the error of the call that wakes the threads that wait; 0 if none does.
-    int Signal() { return this->TrySignal() ? 0 : SignalWaiters(); }
+    int Signal() const { return this->TrySignal() ? 0 : SignalWaiters(*this); }
 
     // Returns 0 when the event was signalled, ETIMEDOUT when the time ran out, or another error.
     template<typename Timeout>
-    int Wait(Timeout timeout) {
+    int Wait(Timeout timeout) const {
         if (IsEnding()) {
             return kRefused;
         }
-        if (this->TryTake()) {
-            return 0;
+        if (timeout.IsOver()) {
+            return this->LookAndTake() ? 0 : GiveUp(timeout);
         }
-        return timeout.IsOver() ? GiveUp(timeout) : BlockUntilSignalled(timeout);
+        return this->TryTake() ? 0 : BlockUntilSignalled(*this, timeout);
     }
 
-    void Reset() {
+    void Reset() const {
         if (!this->TryReset()) {
-            MutexLock lock(m_parts.mutex);
+            MutexLock lock(this->Mutex());
             this->TryReset();
             this->ForgetHandedOver();
         }
@@ -75,9 +69,9 @@ public:
 
     // Wakes one thread at most, and leaves the event unsignalled. That wake-up is no signal: nobody
     // puts it back.
-    void Pulse() {
+    void Pulse() const {
         {
-            MutexLock lock(m_parts.mutex);
+            MutexLock lock(this->Mutex());
             this->TryReset();
             this->ForgetHandedOver();
             if (this->Waiters() == 0) {
@@ -94,26 +88,26 @@ public:
     // The flag is written and the threads are woken under the mutex, and a thread looks at the flag
     // once more under the mutex before it waits. So none misses the wake-up. At last the mutex is
     // locked and unlocked, so that the last thread has let go of it.
-    bool End() {
+    bool End() const {
         {
-            MutexLock lock(m_parts.mutex);
-            if (m_parts.ending.exchange(1, relaxed) != 0) {
+            MutexLock lock(this->Mutex());
+            if (this->Ending().exchange(1, relaxed) != 0) {
                 return false;
             }
             this->ForgetHandedOver();
-            pthread_cond_broadcast(&m_parts.condition);
+            pthread_cond_broadcast(&this->Condition());
         }
         AwaitUnused();
-        pthread_mutex_lock(&m_parts.mutex);
-        pthread_mutex_unlock(&m_parts.mutex);
-        DestroyErrorCheckMutex(m_parts.mutex, m_parts.attribute);
-        pthread_cond_destroy(&m_parts.condition);
+        pthread_mutex_lock(&this->Mutex());
+        pthread_mutex_unlock(&this->Mutex());
+        DestroyErrorCheckMutex(this->Mutex(), this->MutexAttribute());
+        pthread_cond_destroy(&this->Condition());
         return true;
     }
 
     // Wait, by a thread that holds the mutex. It lets go of the mutex while it waits.
     template<typename Timeout>
-    int WaitLocked(Timeout timeout) {
+    int WaitLocked(Timeout timeout) const {
         if (IsEnding()) {
             return kRefused;
         }
@@ -133,12 +127,12 @@ private:
     // waiting thread is cancelled. Otherwise the end of the event would wait for it for ever.
     class CountedWaiter {
     public:
-        explicit CountedWaiter(EventCore& event) : m_event(event) {}
+        explicit CountedWaiter(EventCore const& event) : m_event(event) {}
         ~CountedWaiter() {
             if (m_returns) {
                 m_event.EndWait();
             } else if (m_event.AbandonWait()) {
-                pthread_cond_signal(&m_event.m_parts.condition);
+                pthread_cond_signal(&m_event.Condition());
             }
         }
         void Returns() { m_returns = true; }
@@ -146,39 +140,39 @@ private:
         CountedWaiter& operator=(CountedWaiter const&) = delete;
 
     private:
-        EventCore& m_event;
+        EventCore m_event;
         bool m_returns = false;
     };
 
     // Out of line, like the next: an event that nobody waits for never comes here.
-    [[gnu::noinline]] int SignalWaiters() {
+    [[gnu::noinline]] static int SignalWaiters(EventCore event) {
         {
-            MutexLock lock(m_parts.mutex);
-            if (this->TrySignal()) {
+            MutexLock lock(event.Mutex());
+            if (event.TrySignal()) {
                 return 0; // they have left meanwhile
             }
-            BeginWaking();
-            this->HandOver();
+            event.BeginWaking();
+            event.HandOver();
         }
-        return Wake(this->IsAutoReset() ? pthread_cond_signal : pthread_cond_broadcast);
+        return event.Wake(event.IsAutoReset() ? pthread_cond_signal : pthread_cond_broadcast);
     }
 
     template<typename Timeout>
-    [[gnu::noinline]] int BlockUntilSignalled(Timeout timeout) {
-        MutexLock lock(m_parts.mutex);
-        return WaitLocked(timeout);
+    [[gnu::noinline]] static int BlockUntilSignalled(EventCore event, Timeout timeout) {
+        MutexLock lock(event.Mutex());
+        return event.WaitLocked(timeout);
     }
 
     // The state isn't looked at again after a wake-up: a signal to a waiting thread leaves it
     // clear.
     template<typename Timeout>
-    int AwaitWakeUp(Timeout timeout) {
+    int AwaitWakeUp(Timeout timeout) const {
         bool const forever = timeout.IsForever();
         timespec const deadline = forever ? timespec{} : timeout.Deadline();
         for (;;) {
             int const error =
                 forever ? WaitForever()
-                        : pthread_cond_timedwait(&m_parts.condition, &m_parts.mutex, &deadline);
+                        : pthread_cond_timedwait(&this->Condition(), &this->Mutex(), &deadline);
             if (error != 0 || this->TakeWakeUp()) {
                 return error;
             }
@@ -186,14 +180,14 @@ private:
     }
 
     // The wait's result is its error: errno may hold anything.
-    int WaitForever() {
+    int WaitForever() const {
         for (;;) {
-            int const error = pthread_cond_wait(&m_parts.condition, &m_parts.mutex);
+            int const error = pthread_cond_wait(&this->Condition(), &this->Mutex());
             if (error == 0) {
                 return 0;
             }
             if (error != EINTR) {
-                std::puts(m_parts.waitFailed);
+                std::puts(Fields::kWaitFailed);
                 return error;
             }
             SleepMs(kRetryMs);
@@ -203,7 +197,7 @@ private:
     // A look that doesn't wait isn't counted, so no signal can be lost to it. Like any wait that
     // takes time it is a cancellation point.
     template<typename Timeout>
-    int GiveUp(Timeout timeout) {
+    int GiveUp(Timeout timeout) const {
         int const error = timeout.ErrorWhenOver();
         if (error == ETIMEDOUT) {
             pthread_testcancel();
@@ -211,12 +205,12 @@ private:
         return error;
     }
 
-    void BeginWaking() { this->Handover().signalling.fetch_add(1, relaxed); }
+    void BeginWaking() const { this->Handover().signalling.fetch_add(1, relaxed); }
 
     // The decrement is the last touch of the event: a release, paired with the acquire of
     // AwaitUnused.
-    int Wake(int (*wake)(pthread_cond_t*)) {
-        int const error = wake(&m_parts.condition);
+    int Wake(int (*wake)(pthread_cond_t*)) const {
+        int const error = wake(&this->Condition());
         this->Handover().signalling.fetch_sub(1, std::memory_order_release);
         return error;
     }
@@ -226,7 +220,7 @@ private:
     }
 
     // Not a cancellation point: a thread that were cancelled here would leave the event half ended.
-    void AwaitUnused() {
+    void AwaitUnused() const {
         for (int yields = 0; this->Waiters() == 0 && IsWaking() && yields < kDrainYields;
              ++yields) {
             sched_yield();
@@ -236,8 +230,6 @@ private:
             SleepMs(kDrainMs);
         }
     }
-
-    EventParts m_parts;
 };
 
 } // namespace verrick

@@ -36,46 +36,57 @@
 
 namespace verrick {
 
-template<typename Word>
-class EventSteps {
+// Fields finds the fields of one event. It is small and passed by value. It has
+// - Word, the type of the state word, and State(), the EventState<Word>;
+// - WaiterCount(), the number of waiting threads: it changes under the mutex, and the end of the
+//   event reads it without;
+// - Handover(), the EventHandover;
+// - IsAutoReset().
+template<class Fields>
+class EventSteps : public Fields {
 public:
-    EventSteps(EventState<Word>& state, std::atomic<int>& waiters, EventHandover& handover,
-               bool autoReset)
-        : m_state(state.m_word), m_waiters(waiters), m_handover(handover), m_autoReset(autoReset) {}
+    explicit EventSteps(Fields const& fields) : Fields(fields) {}
 
-    // The next three need no lock.
+    // The next four need no lock. Those that change the word begin with a guess at what it holds. A
+    // wrong guess is corrected by the compare-exchange itself. To read the word first would cost
+    // about as much again.
 
     // Remembers a signal in the state. Returns false if threads wait: the signal is theirs.
     //
     // Touches nothing after its one change. From then on another thread may take the signal and
     // destroy the event.
-    bool TrySignal() {
-        Word seen = m_state.load(relaxed);
-        while (seen != kAwaited) {
-            if (m_state.compare_exchange_weak(seen, kSet, std::memory_order_release, relaxed)) {
+    bool TrySignal() const {
+        Word seen = kClear;
+        do {
+            if (State().compare_exchange_weak(seen, kSet, std::memory_order_release, relaxed)) {
                 return true;
             }
-        }
+        } while (seen != kAwaited);
         return false;
     }
 
     // Returns whether the event is signalled. If it is an auto-reset event, takes the signal.
-    bool TryTake() {
-        Word seen = m_state.load(std::memory_order_acquire);
-        while (seen != kClear && seen != kAwaited) {
-            if (!m_autoReset ||
-                m_state.compare_exchange_weak(seen, kClear, std::memory_order_acquire)) {
+    bool TryTake() const {
+        if (!this->IsAutoReset()) {
+            return IsSignalled();
+        }
+        Word seen = kSet;
+        do {
+            if (State().compare_exchange_weak(seen, kClear, std::memory_order_acquire)) {
                 return true;
             }
-        }
+        } while (IsSignalled(seen));
         return false;
     }
 
+    // TryTake for a caller that won't wait. It writes nothing to an event that isn't signalled.
+    bool LookAndTake() const { return IsSignalled() && TryTake(); }
+
     // Makes the event unsignalled. Returns false if threads wait: then it is already.
-    bool TryReset() {
-        Word seen = m_state.load(relaxed);
-        while (seen != kClear && seen != kAwaited) {
-            if (m_state.compare_exchange_weak(seen, kClear, relaxed)) {
+    bool TryReset() const {
+        Word seen = State().load(relaxed);
+        while (IsSignalled(seen)) {
+            if (State().compare_exchange_weak(seen, kClear, relaxed)) {
                 return true;
             }
         }
@@ -85,10 +96,10 @@ public:
     // The caller of the rest holds the event's mutex.
 
     // Counts the caller as waiting. Returns false if the event is signalled: the caller took that.
-    bool TryBeginWait() {
+    bool TryBeginWait() const {
         Word seen = kClear;
-        while (!m_state.compare_exchange_weak(seen, kAwaited, relaxed) && seen != kAwaited) {
-            if (TryTake()) {
+        while (!State().compare_exchange_weak(seen, kAwaited, relaxed) && seen != kAwaited) {
+            if (LookAndTake()) {
                 return false;
             }
             seen = kClear;
@@ -100,24 +111,24 @@ public:
     // Hands a signal to the threads that wait. The caller wakes one of an auto-reset event, all of
     // a manual-reset one. An auto-reset event stays unsignalled: the wake-up is the signal. A
     // thread that was woken but hasn't left yet counts as waiting, so a further signal can be lost.
-    void HandOver() {
-        if (m_autoReset) {
-            m_handover.granted = std::min(m_handover.granted + 1, Waiters());
+    void HandOver() const {
+        if (this->IsAutoReset()) {
+            this->Handover().granted = std::min(this->Handover().granted + 1, Waiters());
         } else {
-            m_state.store(kSet, std::memory_order_release);
+            State().store(kSet, std::memory_order_release);
         }
     }
 
     // Returns whether the wake-up of the caller ends its wait. Every wake-up does, one without a
     // signal too. The exception is a wake-up that a cancelled thread passed on, if the signal that
     // it was meant for has been taken.
-    bool TakeWakeUp() {
-        if (m_handover.granted > 0) {
-            --m_handover.granted;
+    bool TakeWakeUp() const {
+        if (this->Handover().granted > 0) {
+            --this->Handover().granted;
             return true;
         }
-        if (m_handover.passedOn > 0) {
-            --m_handover.passedOn;
+        if (this->Handover().passedOn > 0) {
+            --this->Handover().passedOn;
             return false;
         }
         return true;
@@ -125,13 +136,13 @@ public:
 
     // The caller, counted by TryBeginWait, waits no longer. A signal that was handed to a thread
     // whose time ran out at that moment is lost, unless another thread waits.
-    void EndWait() {
+    void EndWait() const {
         AddWaiters(-1);
-        m_handover.granted = std::min(m_handover.granted, Waiters());
+        this->Handover().granted = std::min(this->Handover().granted, Waiters());
         if (Waiters() == 0) {
-            m_handover.passedOn = 0;
-            if (m_state.load(relaxed) == kAwaited) {
-                m_state.store(kClear, relaxed);
+            this->Handover().passedOn = 0;
+            if (State().load(relaxed) == kAwaited) {
+                State().store(kClear, relaxed);
             }
         }
     }
@@ -139,40 +150,38 @@ public:
     // EndWait for a cancelled thread. It may have used up the wake-up of a signal:
     // - If no other thread is left to have that signal, it goes back into the state.
     // - If another thread may still be owed one, returns true: the caller wakes one more thread.
-    bool AbandonWait() {
-        bool const putsBack = m_handover.granted == Waiters() && m_handover.granted > 0;
+    bool AbandonWait() const {
+        bool const putsBack = this->Handover().granted == Waiters() && this->Handover().granted > 0;
         EndWait();
         if (putsBack) {
-            m_state.store(kSet, std::memory_order_release);
+            State().store(kSet, std::memory_order_release);
         }
-        bool const passesOn = m_handover.granted > 0;
-        m_handover.passedOn += passesOn ? 1 : 0;
+        bool const passesOn = this->Handover().granted > 0;
+        this->Handover().passedOn += passesOn ? 1 : 0;
         return passesOn;
     }
 
     // From here on every wake-up counts, and no signal on its way is put back.
-    void ForgetHandedOver() {
-        m_handover.granted = 0;
-        m_handover.passedOn = 0;
+    void ForgetHandedOver() const {
+        this->Handover().granted = 0;
+        this->Handover().passedOn = 0;
     }
 
-    int Waiters() const { return m_waiters.load(relaxed); }
-
-protected:
-    EventHandover& Handover() const { return m_handover; }
-    bool IsAutoReset() const { return m_autoReset; }
+    int Waiters() const { return Fields::WaiterCount().load(relaxed); }
 
 private:
+    using Word = typename Fields::Word;
+
     static constexpr Word kClear = 0;
     static constexpr Word kSet = 1;
     static constexpr Word kAwaited = EventState<Word>::Awaited();
 
-    void AddWaiters(int amount) { m_waiters.store(Waiters() + amount, relaxed); }
+    static bool IsSignalled(Word state) { return state != kClear && state != kAwaited; }
+    bool IsSignalled() const { return IsSignalled(State().load(std::memory_order_acquire)); }
 
-    std::atomic<Word>& m_state;
-    std::atomic<int>& m_waiters; // changes under the mutex; the end of the event reads it without
-    EventHandover& m_handover;
-    bool m_autoReset;
+    std::atomic<Word>& State() const { return Fields::State().m_word; }
+
+    void AddWaiters(int amount) const { Fields::WaiterCount().store(Waiters() + amount, relaxed); }
 };
 
 } // namespace verrick

@@ -59,12 +59,25 @@ XHandleObject* XHandleObject::ObjectFromHandle(void* handle, unsigned long type)
     return object;
 }
 
-// An event on the fields of an XEvent.
-struct XEvent::Core : verrick::EventCore<int> {
-    explicit Core(XEvent& event)
-        : EventCore({event.m_signaled, event.m_waiters, event.m_handover, event.m_manualReset == 0},
-                    {event.m_closing, event.m_cond, event.m_mutex, event.m_mutexAttr,
-                     "pthread_cond_wait returned error (other than EINTR)"}) {}
+struct XEvent::Fields {
+    using Word = int;
+    static constexpr char const* kWaitFailed =
+        "pthread_cond_wait returned error (other than EINTR)";
+
+    verrick::EventState<Word>& State() const { return m_event.m_signaled; }
+    std::atomic<int>& WaiterCount() const { return m_event.m_waiters; }
+    std::atomic<int>& Ending() const { return m_event.m_closing; }
+    verrick::EventHandover& Handover() const { return m_event.m_handover; }
+    bool IsAutoReset() const { return m_event.m_manualReset == 0; }
+    pthread_cond_t& Condition() const { return m_event.m_cond; }
+    pthread_mutex_t& Mutex() const { return m_event.m_mutex; }
+    pthread_mutexattr_t& MutexAttribute() const { return m_event.m_mutexAttr; }
+
+    XEvent& m_event;
+};
+
+struct XEvent::Core : verrick::EventCore<Fields> {
+    explicit Core(XEvent& event) : EventCore(Fields{event}) {}
 };
 
 XEvent::XEvent(int initialState, int manualReset)
@@ -80,12 +93,12 @@ unsigned long XEvent::WaitForSingleObject(unsigned long timeoutMs) {
 }
 
 int XEvent::SetToSignaledState() {
-    Core core(*this);
+    Core const core(*this);
     return !core.IsEnding() && core.Signal() == 0 ? 1 : 0;
 }
 
 int XEvent::CloseHandle() {
-    Core core(*this);
+    Core const core(*this);
     return !core.IsEnding() && core.End() ? 1 : 0;
 }
 
@@ -135,7 +148,7 @@ void verrick::EventInternals::SetUnlessSet(HANDLE event) {
 
 void verrick::EventInternals::Take(HANDLE event, int& state) {
     XEvent& object = EventAt(event);
-    XEvent::Core core(object);
+    XEvent::Core const core(object);
     MutexLock lock(object.m_mutex);
     while (state != kOffered && core.WaitLocked(FlatTimeout(INFINITE)) == 0 && state == kTaken) {
     }
@@ -144,7 +157,7 @@ void verrick::EventInternals::Take(HANDLE event, int& state) {
 
 void verrick::EventInternals::Free(HANDLE event, int& state) {
     XEvent& object = EventAt(event);
-    XEvent::Core core(object);
+    XEvent::Core const core(object);
     MutexLock lock(object.m_mutex);
     state = core.Waiters() > 0 ? kOffered : kFree;
     if (!core.TrySignal()) {
@@ -156,7 +169,7 @@ void verrick::EventInternals::Free(HANDLE event, int& state) {
 unsigned long verrick::EventInternals::FreeAndWait(HANDLE lockEvent, int& state, HANDLE event,
                                                    unsigned long timeoutMs) {
     XEvent& object = EventAt(event);
-    XEvent::Core core(object);
+    XEvent::Core const core(object);
     MutexLock lock(object.m_mutex);
     Free(lockEvent, state);
     return WaitResult(core.WaitLocked(FlatTimeout(timeoutMs)));

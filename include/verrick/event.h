@@ -75,7 +75,8 @@ public:
     wait_result_t Wait(int timeoutMs) override;
 
 private:
-    struct Core; /* the work on the fields */
+    struct Fields; /* the work on the fields below */
+    struct Core;
 
     pthread_cond_t m_cond;
     pthread_mutex_t m_mutex;

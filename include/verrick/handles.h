@@ -69,7 +69,8 @@ private:
     friend int ::ResetEvent(HANDLE event);
     friend struct verrick::EventInternals;
 
-    struct Core; /* the work on the fields */
+    struct Fields; /* the work on the fields below */
+    struct Core;
 
     int m_manualReset; /* constant after construction */
     /* Reads as an int. It is atomic: without waiting threads it changes without the lock. */

@@ -9,7 +9,7 @@
 
 namespace verrick {
 
-template<typename Word>
+template<class Fields>
 class EventSteps;
 
 /*
@@ -39,7 +39,8 @@ public:
     EventState& operator=(EventState const&) = delete;
 
 private:
-    friend class EventSteps<Word>;
+    template<class Fields>
+    friend class EventSteps;
 
     static constexpr Word Awaited() {
         return std::numeric_limits<Word>::is_signed ? std::numeric_limits<Word>::min()
