@@ -21,17 +21,5 @@ target_compile_definitions(Verrick PRIVATE _GNU_SOURCE)
 target_compile_options(Verrick PRIVATE -fno-semantic-interposition -fno-plt)
 verrick_warnings(Verrick)
 
-# cmake/exports.list is the one place that names what the object exports. In it, @PTR@ stands for
-# the size of a pointer, which is the offset of a second base in a thunk's name.
-set(export_list ${PROJECT_SOURCE_DIR}/cmake/exports.list)
-set(export_map ${PROJECT_BINARY_DIR}/exports.map)
-set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${export_list})
-file(STRINGS ${export_list} symbols REGEX "^[^#]")
-list(JOIN symbols ";\n    " symbols)
-string(REPLACE "@PTR@" "${CMAKE_SIZEOF_VOID_P}" symbols "${symbols}")
-file(CONFIGURE OUTPUT ${export_map} CONTENT "{\n  global:\n    @symbols@;\n  local:\n    *;\n};\n" @ONLY)
-set_property(TARGET Verrick APPEND PROPERTY LINK_DEPENDS ${export_map})
-target_link_options(Verrick PRIVATE
-    "LINKER:--version-script=${export_map}"
-    LINKER:-Bsymbolic-functions
-    LINKER:-z,relro,-z,now)
+include(cmake/Exports.cmake)
+target_link_options(Verrick PRIVATE LINKER:-Bsymbolic-functions LINKER:-z,relro,-z,now)

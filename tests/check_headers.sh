@@ -20,6 +20,6 @@ headers=$(find verrick -name '*.h')
 [ -n "$headers" ]
 for standard in c++11 c++14 c++17 c++20; do check; done
 compiler=$2 language=c
-headers=$(find verrick/flat verrick/flat.h verrick/detail -name '*.h')
+headers=$(find verrick/flat verrick/flat.h verrick/win32.h verrick/detail -name "*.h")
 for standard in c99 c11; do check; done
 exit $status

@@ -7,7 +7,7 @@ cd "$1"
 {
     # folder, level, and the public headers of the folder beside flat/FOLDER.h
     echo strings 0 strings printing debug
-    echo frame 1 frame critical_section event list interlocked semaphore
+    echo frame 1 frame version critical_section event list interlocked semaphore
     echo threads 2 time_primitives thread worker_thread timers tasks
     echo ini 2 ini conversion
     echo handles 2 handles flat_critical_section

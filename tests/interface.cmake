@@ -14,10 +14,12 @@ function(interface_test name script)
 endfunction()
 
 interface_test(exports.MatchTheList check_exports.sh $<TARGET_FILE:Verrick>
-    ${PROJECT_SOURCE_DIR}/cmake/exports.list ${CMAKE_SIZEOF_VOID_P} ${CMAKE_NM})
+    ${PROJECT_SOURCE_DIR}/cmake/exports.list ${PROJECT_SOURCE_DIR}/include ${CMAKE_NM})
 
 add_test(NAME layers.PointDownwards COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/check_layers.sh
     ${PROJECT_SOURCE_DIR})
+add_test(NAME version.IsTheSameEverywhere COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/check_version.sh
+    ${PROJECT_SOURCE_DIR} ${PROJECT_VERSION})
 
 # What is left is the same in a sanitizer's build.
 if(NOT VERRICK_TEST_INTERFACE)
@@ -38,6 +40,9 @@ if(CMAKE_CROSSCOMPILING)
 endif()
 interface_test(headers.CompileAloneWithGcc check_headers.sh ${gcc} ${PROJECT_SOURCE_DIR}/include)
 interface_test(headers.CompileAloneWithClang check_headers.sh ${clang} ${PROJECT_SOURCE_DIR}/include)
+
+interface_test(headers.StandInAnUmbrellaOrOptIn check_umbrellas.sh ${PROJECT_SOURCE_DIR}/include
+    ${CMAKE_CURRENT_SOURCE_DIR}/opt_in_headers.txt)
 
 interface_test(install.ServesOutsidePrograms check_install.sh ${PROJECT_BINARY_DIR}
     ${PROJECT_SOURCE_DIR}/README.md)

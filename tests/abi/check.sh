@@ -1,10 +1,10 @@
 #!/bin/sh
 # Usage: check.sh COMMITTED LIBRARY INCLUDE
-# Compares the interface of the built library, as dump.sh prints it, with the committed one, and
-# fails on a difference unless the soname moved.
+# Compares the interface of the built library, as dump.sh prints it, with the committed one. Fails on
+# a difference, unless the soname moved.
 #
-# With RENEW_ABI set it renews COMMITTED instead, and fails if a fact that was there changed or went
-# while the soname stayed; RENEW_ABI=anew takes that too.
+# RENEW_ABI=additions renews COMMITTED instead. It fails if a fact changed or went while the soname
+# stayed. RENEW_ABI=anew takes that too.
 set -eu
 export LC_ALL=C
 committed=$1
@@ -12,7 +12,9 @@ shift
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 "$(dirname "$0")/dump.sh" "$@" >"$work/built"
-grep -q '^slot' "$work/built" || { echo "no virtual table was found"; exit 1; }
+for kind in symbol flat call slot; do
+    grep -q "^$kind " "$work/built" || { echo "no $kind was found"; exit 1; }
+done
 
 moved=false
 grep -qxF "$(grep '^soname' "$work/built")" "$committed" || moved=true
@@ -32,6 +34,6 @@ if $moved; then
     exit 0
 fi
 diff -u "$committed" "$work/built" && exit
-echo "The binary interface changed. A changed or missing line breaks programs that were built before"
-echo "and needs another soname; after mere additions scripts/abi renews the committed interface."
+echo "The interface changed. A changed or missing line breaks programs, so it needs another soname."
+echo "After mere additions, scripts/abi renews the committed interface."
 exit 1

@@ -1,0 +1,99 @@
+// A preload that gives other threads a turn at every POSIX thread and semaphore call. A program
+// that counts on two calls happening one right after the other fails under it within seconds.
+//
+//   YIELDS_SEED=7 LD_PRELOAD=libyields.so program
+//
+// Each thread draws from a sequence of its own. The sequence depends on the seed and on how many
+// threads came before this one, so a run is repeated by its seed as far as the scheduler allows.
+// One call in two goes on at once, most others yield, and one in sixteen sleeps.
+#include <atomic>
+#include <cerrno>
+#include <cstdint>
+#include <cstdlib>
+#include <ctime>
+#include <dlfcn.h>
+#include <pthread.h>
+#include <sched.h>
+#include <semaphore.h>
+
+namespace {
+
+constexpr std::uint32_t kDefaultSeed = 1;
+constexpr long kLongestSleepNs = 200000;
+
+std::uint32_t Seed() {
+    char const* const text = std::getenv("YIELDS_SEED");
+    return text != nullptr ? static_cast<std::uint32_t>(std::strtoul(text, nullptr, 10))
+                           : kDefaultSeed;
+}
+
+// A linear congruential step. The high bits are the random ones.
+std::uint32_t Draw() {
+    static std::uint32_t const seed = Seed();
+    static std::atomic<std::uint32_t> threads{0};
+    thread_local std::uint32_t state = seed * 2654435761U + ++threads;
+    state = state * 1664525U + 1013904223U;
+    return state >> 8;
+}
+
+// Disables cancellation because the wrapped call may not be a cancellation point, and nanosleep is.
+void Sleep(std::uint32_t draw) {
+    int state = 0;
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &state);
+    timespec const time{0, static_cast<long>(draw % kLongestSleepNs)};
+    nanosleep(&time, nullptr);
+    pthread_setcancelstate(state, nullptr);
+}
+
+void GiveATurn() {
+    std::uint32_t const draw = Draw();
+    if (draw % 16 == 0) {
+        Sleep(draw / 16);
+    } else if (draw % 2 == 0) {
+        sched_yield();
+    }
+}
+
+// Keeps errno, which the caller may look at after a call that left it alone.
+template<typename Call>
+auto Between(Call call) {
+    GiveATurn();
+    auto const result = call();
+    int const error = errno;
+    GiveATurn();
+    errno = error;
+    return result;
+}
+
+} // namespace
+
+// The call of this name in the C library, with a turn for others before and after it.
+#define YIELDS_AROUND(name, parameters, arguments)                                                 \
+    extern "C" int name parameters {                                                               \
+        static auto* const next = reinterpret_cast<decltype(&name)>(dlsym(RTLD_NEXT, #name));      \
+        return Between([&] { return next arguments; });                                            \
+    }
+
+YIELDS_AROUND(pthread_mutex_lock, (pthread_mutex_t * mutex) noexcept, (mutex))
+YIELDS_AROUND(pthread_mutex_trylock, (pthread_mutex_t * mutex) noexcept, (mutex))
+YIELDS_AROUND(pthread_mutex_unlock, (pthread_mutex_t * mutex) noexcept, (mutex))
+YIELDS_AROUND(pthread_cond_signal, (pthread_cond_t * condition) noexcept, (condition))
+YIELDS_AROUND(pthread_cond_broadcast, (pthread_cond_t * condition) noexcept, (condition))
+YIELDS_AROUND(pthread_cond_wait, (pthread_cond_t * condition, pthread_mutex_t* mutex),
+              (condition, mutex))
+YIELDS_AROUND(pthread_cond_timedwait,
+              (pthread_cond_t * condition, pthread_mutex_t* mutex, timespec const* deadline),
+              (condition, mutex, deadline))
+YIELDS_AROUND(pthread_create,
+              (pthread_t * thread, pthread_attr_t const* attributes, void* (*entry)(void*),
+               void* argument) noexcept,
+              (thread, attributes, entry, argument))
+YIELDS_AROUND(pthread_join, (pthread_t thread, void** value), (thread, value))
+YIELDS_AROUND(pthread_timedjoin_np, (pthread_t thread, void** value, timespec const* deadline),
+              (thread, value, deadline))
+YIELDS_AROUND(pthread_detach, (pthread_t thread) noexcept, (thread))
+YIELDS_AROUND(pthread_kill, (pthread_t thread, int signal) noexcept, (thread, signal))
+YIELDS_AROUND(sem_post, (sem_t * semaphore) noexcept, (semaphore))
+YIELDS_AROUND(sem_wait, (sem_t * semaphore), (semaphore))
+YIELDS_AROUND(sem_trywait, (sem_t * semaphore) noexcept, (semaphore))
+YIELDS_AROUND(sem_timedwait, (sem_t * semaphore, timespec const* deadline), (semaphore, deadline))
