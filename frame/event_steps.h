@@ -120,15 +120,14 @@ public:
     }
 
     // Returns whether the wake-up of the caller ends its wait. Every wake-up does, one without a
-    // signal too. The exception is a wake-up that a cancelled thread passed on, if the signal that
-    // it was meant for has been taken.
+    // signal too. The exception is a wake-up too many, which a cancelled thread left behind.
     bool TakeWakeUp() const {
         if (this->Handover().granted > 0) {
             --this->Handover().granted;
             return true;
         }
-        if (this->Handover().passedOn > 0) {
-            --this->Handover().passedOn;
+        if (this->Handover().surplusWakeUps > 0) {
+            --this->Handover().surplusWakeUps;
             return false;
         }
         return true;
@@ -139,32 +138,35 @@ public:
     void EndWait() const {
         AddWaiters(-1);
         this->Handover().granted = std::min(this->Handover().granted, Waiters());
-        if (Waiters() == 0) {
-            this->Handover().passedOn = 0;
-            if (State().load(relaxed) == kAwaited) {
-                State().store(kClear, relaxed);
-            }
+        if (Waiters() == 0 && State().load(relaxed) == kAwaited) {
+            State().store(kClear, relaxed);
         }
     }
 
     // EndWait for a cancelled thread. It may have used up the wake-up of a signal:
     // - If no other thread is left to have that signal, it goes back into the state.
     // - If another thread may still be owed one, returns true: the caller wakes one more thread.
+    //
+    // Each time the cancelled thread may not have used up a wake-up after all. Then one more comes
+    // than there are signals, and TakeWakeUp must not count it.
     bool AbandonWait() const {
-        bool const putsBack = this->Handover().granted == Waiters() && this->Handover().granted > 0;
+        bool const putsBack = this->Handover().granted > 0 && this->Handover().granted == Waiters();
         EndWait();
         if (putsBack) {
             State().store(kSet, std::memory_order_release);
+            ++this->Handover().surplusWakeUps;
         }
         bool const passesOn = this->Handover().granted > 0;
-        this->Handover().passedOn += passesOn ? 1 : 0;
+        if (passesOn) {
+            ++this->Handover().surplusWakeUps;
+        }
         return passesOn;
     }
 
     // From here on every wake-up counts, and no signal on its way is put back.
     void ForgetHandedOver() const {
         this->Handover().granted = 0;
-        this->Handover().passedOn = 0;
+        this->Handover().surplusWakeUps = 0;
     }
 
     int Waiters() const { return Fields::WaiterCount().load(relaxed); }

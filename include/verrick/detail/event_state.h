@@ -52,15 +52,15 @@ private:
 
 /* How signals get to the threads that wait. */
 struct EventHandover {
-    EventHandover() : signalling(0), granted(0), passedOn(0) {}
+    EventHandover() : signalling(0), granted(0), surplusWakeUps(0) {}
 
     /* Calls that still have to wake somebody. The end of the event waits for them. */
     std::atomic<int> signalling;
     /* Signals that were handed to waiting threads and that none of these has taken yet. At most one
      * for each of them. Guarded by the event's mutex, like the next. */
     int granted;
-    /* Wake-ups that carry no signal of their own: those by which a cancelled thread passed on. */
-    int passedOn;
+    /* Wake-ups without a signal that may still come, because a thread was cancelled. */
+    int surplusWakeUps;
 };
 
 } // namespace verrick
