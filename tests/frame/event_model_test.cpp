@@ -70,7 +70,8 @@ struct Explorer {
         Place const before = place;
         if (before == kWakes) {
             Wake(world, thread, choice);
-        } else if (choice == kCancel && canBeCancelled[thread] && (before == kBlocked || before == kWoken)) {
+        } else if (choice == kCancel && canBeCancelled[thread] &&
+                   (before == kBlocked || before == kWoken)) {
             place = steps.AbandonWait() ? kWakes : kLeft;
         } else if (choice == kTimeOut && canTimeOut[thread] && before == kBlocked) {
             steps.EndWait();
