@@ -1,10 +1,14 @@
 # Library, headers, CMake package, pkg-config file and manual pages.
+# GNUInstallDirs changes where a whole project installs. So it is included here, and not where a
+# parent only builds the library.
+include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/Verrick)
 
 install(TARGETS Verrick EXPORT VerrickTargets
-    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development)
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
+    INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(DIRECTORY include/verrick DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
 install(EXPORT VerrickTargets NAMESPACE Verrick:: DESTINATION ${package_dir} COMPONENT development)
 

@@ -5,10 +5,9 @@ include(cmake/Sources.cmake)
 
 find_package(Threads REQUIRED)
 target_link_libraries(Verrick PRIVATE Threads::Threads ${CMAKE_DL_LIBS})
-target_include_directories(Verrick PUBLIC
-    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
-    $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
-target_include_directories(Verrick PRIVATE ${PROJECT_SOURCE_DIR})
+target_include_directories(Verrick
+    PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
+    PRIVATE ${PROJECT_SOURCE_DIR})
 target_compile_features(Verrick PRIVATE cxx_std_20 INTERFACE cxx_std_11)
 set_target_properties(Verrick PROPERTIES
     CXX_EXTENSIONS OFF

@@ -1,10 +1,42 @@
-# Shared by the scripts beside it, which source it first: the tree's root as the current folder, and
-# the Debian packages that each purpose needs.
+# Shared by the scripts beside it. A script sources this file first, without arguments, so the code
+# here sees the script's own ones. It answers --help, and it makes the tree's root the current folder.
 set -euo pipefail
-cd "$(dirname "${BASH_SOURCE[0]}")/.."
 export DEBIAN_FRONTEND=noninteractive
 
-# One list for each purpose; a script asks for the purposes that it serves.
+# usage: prints the comment at the head of the script that runs.
+usage() {
+    sed -n '2,/^[^#]/{/^#/s/^# \{0,1\}//p}' "$0"
+}
+
+# Arguments after -- belong to another program, so a --help among them does too.
+for argument; do
+    case $argument in
+    -h | --help)
+        usage
+        exit
+        ;;
+    --) break ;;
+    esac
+done
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+# misuse MESSAGE: ends the script because of its arguments.
+misuse() {
+    echo "scripts/${0##*/}: $1; --help lists the arguments" >&2
+    exit 2
+}
+
+# unknown ARGUMENT: ends the script because it takes no such argument.
+unknown() {
+    misuse "unknown argument '$1'"
+}
+
+# require_value OPTION [VALUE]: ends the script if the option stands without its value.
+require_value() {
+    [[ $# -ge 2 ]] || misuse "$1 takes a value"
+}
+
+# The Debian packages for each purpose. A script asks for the purposes that it serves.
 declare -A packages=(
     [build]="cmake ninja-build g++"
     [test]="googletest clang pkgconf"
@@ -14,7 +46,7 @@ declare -A packages=(
     [trial]="mmdebstrap"
     [bench]="libbenchmark-dev libpoco-dev libinih-dev libglib2.0-dev libboost-dev pkgconf python3"
     [format]="clang-format"
-    [lint]="clang-tidy"
+    [lint]="clang clang-tidy"
     [docs]="doxygen"
     [valgrind]="valgrind"
 )
@@ -41,10 +73,11 @@ quietly() {
     return $status
 }
 
-# need PURPOSE...: installs what is missing of these purposes' packages; without a missing one it
-# asks no registry.
+# need PURPOSE...: installs the packages of these purposes that are missing. If none is missing, it
+# asks no registry. On a system without Debian's packages it trusts that the tools are there.
 need() {
     local purpose package missing=()
+    command -v dpkg-query >/dev/null || return 0
     for purpose; do
         for package in ${packages[$purpose]}; do
             is_installed "$package" || missing+=("$package")
@@ -57,8 +90,23 @@ need() {
         apt-get install -y -qq --no-install-recommends "${missing[@]}"
 }
 
-# steady COMMAND...: runs it with a fixed address-space layout where the system allows that, for the
-# thread sanitizer finds no room for its shadow under a widely randomised one.
+# tree_files PATTERN...: prints the names of the tree's own files that match, with a zero byte after
+# each. Without git, as in a release tarball, these are all files but those that were built.
+tree_files() {
+    if [[ -e .git ]] && git rev-parse --git-dir >/dev/null 2>&1; then
+        git ls-files -z --cached --others --exclude-standard -- "$@"
+        return
+    fi
+    local pattern any=(-false)
+    for pattern; do
+        any+=(-o -name "$pattern")
+    done
+    find . -mindepth 1 \( -path './build*' -o -path ./dist -o -path './.*' \) -prune -o \
+        -type f \( "${any[@]}" \) -printf '%P\0'
+}
+
+# steady COMMAND...: runs it with a fixed address-space layout where the system allows that. The
+# thread sanitizer needs this, because it finds no room for its shadow under a widely random layout.
 steady() {
     if setarch -R true 2>/dev/null; then
         setarch -R "$@"
@@ -71,7 +119,7 @@ steady() {
 configure() {
     local preset=$1 folder=build/$2
     shift 2
-    quietly cmake --preset "$preset" -B "$folder" -G Ninja "$@"
+    quietly cmake --preset "$preset" -B "$folder" "$@"
 }
 
 # build PRESET FOLDER [CMAKE ARGUMENT...]: configures and builds into build/FOLDER.
@@ -79,9 +127,4 @@ build() {
     echo "Building build/$2"
     configure "$@"
     quietly steady cmake --build "build/$2"
-}
-
-# usage: prints the comment at the head of the script that runs.
-usage() {
-    sed -n '2,/^[^#]/{/^#/s/^# \{0,1\}//p}' "$0"
 }

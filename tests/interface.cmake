@@ -44,5 +44,7 @@ interface_test(headers.CompileAloneWithClang check_headers.sh ${clang} ${PROJECT
 interface_test(headers.StandInAnUmbrellaOrOptIn check_umbrellas.sh ${PROJECT_SOURCE_DIR}/include
     ${CMAKE_CURRENT_SOURCE_DIR}/opt_in_headers.txt)
 
-interface_test(install.ServesOutsidePrograms check_install.sh ${PROJECT_BINARY_DIR}
-    ${PROJECT_SOURCE_DIR}/README.md)
+if(VERRICK_INSTALL)
+    interface_test(install.ServesOutsidePrograms check_install.sh ${PROJECT_BINARY_DIR}
+        ${PROJECT_SOURCE_DIR}/README.md)
+endif()

@@ -195,7 +195,7 @@ TEST_F(Ini, TailsOfEveryLengthMoveBothWaysByteForByte) {
         return bytes;
     };
     for (int round = 0; round < 300; ++round) {
-        std::string const head = ";" + text() + "\n[s]\n;" + text() + "\nk=";
+        std::string const head = ";"s + text() + "\n[s]\n;" + text() + "\nk=";
         std::string const tail = "\n[t]" + text();
         Store(head + text() + tail);
         std::wstring const value(text().size(), L'v');

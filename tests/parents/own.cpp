@@ -1,0 +1,4 @@
+// The parent's own library.
+char const* Greeting() {
+    return "the library's version is";
+}
