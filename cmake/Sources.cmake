@@ -40,8 +40,9 @@ target_sources(Verrick PRIVATE
     handles/flat_critical_section.cpp
     handles/handles.cpp
 
-    queues/message_queue.cpp
-    queues/ring.cpp
+    queues/queues.cpp
+    queues/rings.cpp
+    queues/waiting_sides.cpp
 
     strings/compare.cpp
     strings/debug.cpp

@@ -4,7 +4,6 @@
 #include "frame/event_core.h"
 #include "frame/semaphore_counts.h"
 #include "frame/timeout.h"
-#include "handles/event_internals.h"
 #include <verrick/flat/frame.h>
 
 #include <algorithm>
@@ -20,11 +19,6 @@ using verrick::relaxed;
 
 XEvent* EventFromHandle(HANDLE handle) {
     return static_cast<XEvent*>(XHandleObject::ObjectFromHandle(handle, XEVENT_TYPE_TAG));
-}
-
-// For a handle that is known to be an event's.
-XEvent& EventAt(HANDLE handle) {
-    return *static_cast<XEvent*>(static_cast<XHandleObject*>(handle));
 }
 
 XSemaphore* SemaphoreFromHandle(HANDLE handle) {
@@ -137,42 +131,6 @@ HANDLE CreateEvent(void* /*attributes*/, int manualReset, int initialState,
 int SetEvent(HANDLE event) {
     XEvent* const object = EventFromHandle(event);
     return object != nullptr ? object->SetToSignaledState() : 0;
-}
-
-void verrick::EventInternals::SetUnlessSet(HANDLE event) {
-    XEvent& object = EventAt(event);
-    if (object.m_signaled == 0) {
-        object.XEvent::SetToSignaledState();
-    }
-}
-
-void verrick::EventInternals::Take(HANDLE event, int& state) {
-    XEvent& object = EventAt(event);
-    XEvent::Core const core(object);
-    MutexLock lock(object.m_mutex);
-    while (state != kOffered && core.WaitLocked(FlatTimeout(INFINITE)) == 0 && state == kTaken) {
-    }
-    state = kTaken;
-}
-
-void verrick::EventInternals::Free(HANDLE event, int& state) {
-    XEvent& object = EventAt(event);
-    XEvent::Core const core(object);
-    MutexLock lock(object.m_mutex);
-    state = core.Waiters() > 0 ? kOffered : kFree;
-    if (!core.TrySignal()) {
-        core.HandOver();
-        pthread_cond_signal(&object.m_cond);
-    }
-}
-
-unsigned long verrick::EventInternals::FreeAndWait(HANDLE lockEvent, int& state, HANDLE event,
-                                                   unsigned long timeoutMs) {
-    XEvent& object = EventAt(event);
-    XEvent::Core const core(object);
-    MutexLock lock(object.m_mutex);
-    Free(lockEvent, state);
-    return WaitResult(core.WaitLocked(FlatTimeout(timeoutMs)));
 }
 
 int PulseEvent(HANDLE event) {

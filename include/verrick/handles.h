@@ -20,7 +20,7 @@
 #include <semaphore.h>
 
 namespace verrick {
-struct EventInternals; /* the library's own */
+struct EventLook; /* the library's own */
 }
 
 /** The type of an XEvent. */
@@ -67,7 +67,7 @@ public:
 private:
     friend int ::PulseEvent(HANDLE event);
     friend int ::ResetEvent(HANDLE event);
-    friend struct verrick::EventInternals;
+    friend struct verrick::EventLook;
 
     struct Fields; /* the work on the fields below */
     struct Core;
