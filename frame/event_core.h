@@ -105,21 +105,6 @@ public:
         return true;
     }
 
-    // Wait, by a thread that holds the mutex. It lets go of the mutex while it waits.
-    template<typename Timeout>
-    int WaitLocked(Timeout timeout) const {
-        if (IsEnding()) {
-            return kRefused;
-        }
-        if (!this->TryBeginWait()) {
-            return 0;
-        }
-        CountedWaiter counted(*this);
-        int const error = AwaitWakeUp(timeout);
-        counted.Returns();
-        return error;
-    }
-
 private:
     static constexpr int kRefused = EINVAL;
 
@@ -160,7 +145,16 @@ private:
     template<typename Timeout>
     [[gnu::noinline]] static int BlockUntilSignalled(EventCore event, Timeout timeout) {
         MutexLock lock(event.Mutex());
-        return event.WaitLocked(timeout);
+        if (event.IsEnding()) {
+            return kRefused;
+        }
+        if (!event.TryBeginWait()) {
+            return 0;
+        }
+        CountedWaiter counted(event);
+        int const error = event.AwaitWakeUp(timeout);
+        counted.Returns();
+        return error;
     }
 
     // The state isn't looked at again after a wake-up: a signal to a waiting thread leaves it

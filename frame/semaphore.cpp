@@ -131,15 +131,6 @@ CSemaphoreNode* CSemaphoreList::Create(unsigned int initialCount, unsigned int m
         return new CSemaphoreNode(initialCount, maxCount, nullptr);
     }
     DMonitor monitor(m_lock);
-    CSemaphoreNode* node = FindAndAddRef(name);
-    if (node == nullptr) {
-        node = new CSemaphoreNode(initialCount, maxCount, name);
-        AddHead(node);
-    }
-    return node;
-}
-
-CSemaphoreNode* CSemaphoreList::FindAndAddRef(wchar_t const* name) {
     for (DListItem* item = Next(nullptr); item != nullptr; item = Next(item)) {
         auto* const node = static_cast<CSemaphoreNode*>(item);
         if (_stricmp(name, node->m_name) == 0) {
@@ -147,5 +138,7 @@ CSemaphoreNode* CSemaphoreList::FindAndAddRef(wchar_t const* name) {
             return node;
         }
     }
-    return nullptr;
+    auto* const node = new CSemaphoreNode(initialCount, maxCount, name);
+    AddHead(node);
+    return node;
 }

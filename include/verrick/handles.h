@@ -1,11 +1,11 @@
 /**
  * @file
- * The objects behind handles. A HANDLE is the address of an XHandleObject; applications go through
- * the calls of flat/handles.h, and nothing but CloseHandle deletes such an object: the destructors
- * leave the POSIX objects alone.
+ * The objects behind handles. A HANDLE is the address of an XHandleObject. Applications use the
+ * calls of flat/handles.h. Only CloseHandle deletes such an object, because the destructors leave
+ * the POSIX objects alone.
  *
  * Events behind handles differ from DEvent (event.h) in the sense of the constructor's flags, in
- * their results and in PulseEvent; semaphores behind handles differ from DSemaphore (semaphore.h):
+ * their results and in PulseEvent. Semaphores behind handles differ from DSemaphore (semaphore.h):
  * they have no names, and a release is all or nothing.
  */
 #ifndef VERRICK_HANDLES_H
@@ -28,22 +28,31 @@ constexpr unsigned long XEVENT_TYPE_TAG = 0x56FE23A5UL;
 /** The type of an XSemaphore. */
 constexpr unsigned long XSEMAPHORE_TYPE_TAG = 0x0ADF4EA4UL;
 
-/** What a handle stands for. */
+/** What a handle stands for. Every operation may be called from any thread. */
 class VERRICK_API XHandleObject {
 public:
-    /** type is the tag of the derived class. */
+    /** Stores the tag of the derived class. */
     explicit XHandleObject(unsigned long type);
+    /** Clears the tag. Leaves the POSIX objects alone: CloseHandle has ended them before. */
     virtual ~XHandleObject();
 
-    /** As the flat call of this name. */
+    /** Waits on the object: see WaitForSingleObject in flat/handles.h for time-out and results. */
     virtual unsigned long WaitForSingleObject(unsigned long timeoutMs) = 0;
-    /** As the flat call of this name, but that the object stays, to be deleted. */
+
+    /**
+     * Ends the object's use of POSIX, and leaves the object to be deleted. Returns 1, or 0 for an
+     * event whose end has begun before. Wakes the threads blocked on an event, and returns when
+     * they have left.
+     */
     virtual int CloseHandle() = 0;
 
-    /** The body of SetEvent and of one step of ReleaseSemaphore. Gives 1 on success, else 0. */
+    /**
+     * Signals an event, or raises a semaphore by one count without a look at its maximum. Returns
+     * 1, or 0 when the system refuses or the event is being closed. Doesn't block.
+     */
     virtual int SetToSignaledState() = 0;
 
-    /** The object at handle if it has that type, which 0 leaves open; else null. */
+    /** Returns the object at handle if it has that type; a type of 0 means any. Else null. */
     static XHandleObject* ObjectFromHandle(void* handle, unsigned long type);
 
     XHandleObject(XHandleObject const&) = delete;
@@ -56,7 +65,7 @@ private:
 /** The event behind a handle. */
 class VERRICK_API XEvent : public XHandleObject {
 public:
-    /** The other way about than the arguments of CreateEvent. */
+    /** Takes the state and the kind: CreateEvent takes them in the opposite order. */
     XEvent(int initialState, int manualReset);
     ~XEvent() override;
 
@@ -82,7 +91,7 @@ private:
     std::atomic<int> m_waiters; /* threads inside the blocking part of the wait */
     std::atomic<int> m_closing; /* 0, or 1 from the start of CloseHandle */
     pthread_cond_t m_cond;
-    pthread_mutex_t m_mutex;
+    pthread_mutex_t m_mutex;         /* innermost: nothing is taken under it */
     pthread_mutexattr_t m_mutexAttr; /* lives as long as the mutex */
     verrick::EventHandover m_handover;
 };
@@ -90,7 +99,7 @@ private:
 /** The semaphore behind a handle. */
 class VERRICK_API XSemaphore : public XHandleObject {
 public:
-    /** As CreateSemaphore. */
+    /** Makes a semaphore. A count that the system refuses is not reported. */
     XSemaphore(long initialCount, long maxCount);
     ~XSemaphore() override;
 
