@@ -135,8 +135,9 @@ struct Explorer {
 
 TEST(EventModel, LosesAndInventsNoSignalInAnyOrderOfSteps) {
     for (int const signallers : {1, 2}) {
-        for (unsigned int threads = 0; threads < 256; ++threads) {
-            Explorer explorer{signallers, threads % 16, threads / 16, {}};
+        // Which of the threads 1 to 3 can time out, and which can be cancelled.
+        for (unsigned int choices = 0; choices < 64; ++choices) {
+            Explorer explorer{signallers, choices % 8 * 2, choices / 8 * 2, {}};
             explorer.Explore(World());
             EXPECT_GT(explorer.seen.size(), 50U);
         }
