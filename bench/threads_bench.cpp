@@ -1,13 +1,9 @@
-// Events and threads against what stands below or beside them.
-#include <verrick/event.h>
+// Threads and tasks against what stands below them.
 #include <verrick/tasks.h>
 #include <verrick/thread.h>
 
-#include <Poco/Event.h>
 #include <benchmark/benchmark.h>
 
-#include <atomic>
-#include <linux/futex.h>
 #include <pthread.h>
 #include <semaphore.h>
 #include <sys/syscall.h>
@@ -15,75 +11,6 @@
 #include <unistd.h>
 
 namespace {
-
-void EventUncontendedVerrick(benchmark::State& state) {
-    DEvent event(false, true);
-    for (auto _ : state) {
-        event.Signal();
-        event.Wait(-1);
-    }
-}
-BENCHMARK(EventUncontendedVerrick)->Name("EventUncontended/Verrick");
-
-void EventUncontendedPoco(benchmark::State& state) {
-    Poco::Event event(Poco::Event::EVENT_AUTORESET);
-    for (auto _ : state) {
-        event.set();
-        event.wait();
-    }
-}
-BENCHMARK(EventUncontendedPoco)->Name("EventUncontended/POCO");
-
-// An auto-reset flag on a bare futex.
-class FutexFlag {
-public:
-    void Signal() {
-        m_word.store(1);
-        syscall(SYS_futex, &m_word, FUTEX_WAKE_PRIVATE, 1, nullptr, nullptr, 0);
-    }
-    void Wait() {
-        while (m_word.exchange(0) == 0) {
-            syscall(SYS_futex, &m_word, FUTEX_WAIT_PRIVATE, 0, nullptr, nullptr, 0);
-        }
-    }
-
-private:
-    std::atomic<int> m_word{0};
-};
-
-class EventFlag {
-public:
-    void Signal() { m_event.Signal(); }
-    void Wait() { m_event.Wait(-1); }
-
-private:
-    DEvent m_event{false, true};
-};
-
-template<class Flag>
-void PingPong(benchmark::State& state) {
-    Flag ping;
-    Flag pong;
-    std::atomic<bool> ended{false};
-    std::thread other([&] {
-        for (;;) {
-            ping.Wait();
-            if (ended) {
-                return;
-            }
-            pong.Signal();
-        }
-    });
-    for (auto _ : state) {
-        ping.Signal();
-        pong.Wait();
-    }
-    ended = true;
-    ping.Signal();
-    other.join();
-}
-BENCHMARK(PingPong<EventFlag>)->Name("EventPingPong/Verrick")->UseRealTime();
-BENCHMARK(PingPong<FutexFlag>)->Name("EventPingPong/futex")->UseRealTime();
 
 class Empty : public DThread {
 public:

@@ -62,11 +62,11 @@ wchar_t const* DDirList::GetFullPath() {
 
 // The steps of FindFirst. Each returns false if the search ends there. They aren't exported with
 // the class.
-struct [[gnu::visibility("hidden")]] DDirListImpl::Steps {
-    static bool Allocate(DDirListImpl & list);
-    static bool TakePath(DDirListImpl & list, wchar_t const* path);
-    static bool SplitPath(DDirListImpl & list);
-    static bool OpenDirectory(DDirListImpl & list);
+struct DDirListImpl::Steps {
+    static bool Allocate(DDirListImpl& list);
+    static bool TakePath(DDirListImpl& list, wchar_t const* path);
+    static bool SplitPath(DDirListImpl& list);
+    static bool OpenDirectory(DDirListImpl& list);
 };
 
 DDirListImpl::DDirListImpl()

@@ -1,22 +1,13 @@
-// Atomic steps on a word in memory that anybody may have declared as a plain integer: hence the
-// compiler's builtins. Relaxed throughout: each is a bare reservation loop where the processor has
-// reservations, and no barrier stands around it.
+// Atomic steps on a word of memory. The application may have declared the word as a plain integer,
+// so the steps are the compiler's builtins. All are relaxed: they count, and order nothing else.
 #include <verrick/interlocked.h>
 
 #include <cstdint>
 
 namespace {
 
-void Add(int volatile* word, int amount) {
-    __atomic_fetch_add(word, amount, __ATOMIC_RELAXED);
-}
-
-int SubtractOne(int volatile* word) {
-    return __atomic_sub_fetch(word, 1, __ATOMIC_RELAXED);
-}
-
-int Read(int const volatile* word) {
-    return __atomic_load_n(word, __ATOMIC_RELAXED);
+int Add(int volatile* word, int amount) {
+    return __atomic_add_fetch(word, amount, __ATOMIC_RELAXED);
 }
 
 } // namespace
@@ -30,7 +21,7 @@ void atomic_int_inc(AtomicInt* target) {
 }
 
 int atomic_int_dec_and_test(AtomicInt* target) {
-    return SubtractOne(&target->m_value) == 0 ? 1 : 0;
+    return Add(&target->m_value, -1) == 0 ? 1 : 0;
 }
 
 unsigned long xchg_u32(void volatile* target, unsigned long value) {
@@ -38,15 +29,14 @@ unsigned long xchg_u32(void volatile* target, unsigned long value) {
                                static_cast<std::uint32_t>(value), __ATOMIC_RELAXED);
 }
 
-// The result is a read of its own, behind the step: it may show other threads' changes.
+// The next two and InterlockedExchangeAdd return the value that their step made. They only promise
+// a value that the word had after the step.
 int InterlockedIncrement(int volatile* target) {
-    Add(target, 1);
-    return Read(target);
+    return Add(target, 1);
 }
 
 int InterlockedDecrement(int volatile* target) {
-    SubtractOne(target);
-    return Read(target);
+    return Add(target, -1);
 }
 
 int InterlockedExchange(int volatile* target, int value) {
@@ -54,6 +44,5 @@ int InterlockedExchange(int volatile* target, int value) {
 }
 
 int InterlockedExchangeAdd(int volatile* target, int amount) {
-    Add(target, amount);
-    return Read(target);
+    return Add(target, amount);
 }

@@ -6,6 +6,9 @@ namespace {
 
 using verrick::relaxed;
 
+// Enough for a value that guards other data, for example a reference count.
+constexpr auto kLockOrder = std::memory_order_acq_rel;
+
 // Wraps where the sum of signed integers would be undefined.
 int WrappingSum(int left, int right) {
     return static_cast<int>(static_cast<unsigned int>(left) + static_cast<unsigned int>(right));
@@ -55,15 +58,11 @@ int DInterlockedValueImpl::Decrement() {
 }
 
 int DInterlockedValueImpl::Add(int amount) {
-    DMonitor monitor(m_lock);
-    int const value = WrappingSum(m_value.load(relaxed), amount);
-    m_value.store(value, relaxed);
-    return value;
+    return WrappingSum(m_value.fetch_add(amount, kLockOrder), amount);
 }
 
 int DInterlockedValueImpl::SetValue(int value) {
-    DMonitor monitor(m_lock);
-    m_value.store(value, relaxed);
+    m_value.exchange(value, kLockOrder);
     return value;
 }
 

@@ -2,9 +2,10 @@
 
 namespace {
 
-// The tail sentinel is a DListItem that begins in the middle of the list's header, so one word has
+// The tail sentinel is a DListItem that begins in the middle of the list's header. So one word has
 // two names: the list's m_tailPred is the sentinel's m_prev. Every access to a link goes through a
-// type that may alias, or the optimiser would take a write to the one for no write to the other.
+// type that may alias. Otherwise the optimiser would take a write to the one for no write to the
+// other.
 using Link __attribute__((__may_alias__)) = DListItem*;
 
 Link& LinkAt(DListItem*& word) {
@@ -19,18 +20,19 @@ Link& PrevOf(DListItem* item) {
     return LinkAt(item->m_prev);
 }
 
+// The DListItem that begins at the list's own m_prev.
+DListItem* TailSentinelOf(DList& list) {
+    return reinterpret_cast<DListItem*>(&list.m_prev);
+}
+
 } // namespace
 
 // The links of an item that is in no list mean nothing.
 DListItem::DListItem() {} // NOLINT(cppcoreguidelines-pro-type-member-init)
 DListItem::~DListItem() = default;
 
-DListItem* DList::TailSentinel() {
-    return reinterpret_cast<DListItem*>(&m_prev);
-}
-
 DList::DList() : m_count(0) {
-    LinkAt(m_next) = TailSentinel();
+    LinkAt(m_next) = TailSentinelOf(*this);
     LinkAt(m_prev) = nullptr;
     LinkAt(m_tailPred) = this;
 }
@@ -88,7 +90,7 @@ DListItem* DList::Prev(DListItem* item) {
 }
 
 bool DList::IsEmpty() {
-    return LinkAt(m_next) == TailSentinel();
+    return LinkAt(m_next) == TailSentinelOf(*this);
 }
 
 unsigned int DList::Size() {

@@ -1,27 +1,37 @@
 #include <verrick/semaphore.h>
 
-#include "frame/deadline.h"
 #include "frame/facade.h"
-#include "frame/waiting.h"
+#include "frame/interlocked_access.h"
+#include "frame/semaphore_counts.h"
+#include "frame/timeout.h"
 #include <verrick/strings.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <cstdint>
 
 namespace {
 
+using verrick::InterlockedAccess;
+using verrick::relaxed;
+
 CSemaphoreList g_semaphoreList;
 
-// A deadline that the system refuses still lets a count be taken that can be had at once.
-int WaitForPost(sem_t& semaphore, int timeoutMs) {
-    if (timeoutMs == verrick::kForever) {
-        return sem_wait(&semaphore);
+// Reserves as many of count as fit below the maximum, and returns that number.
+int ReserveCounts(std::atomic<int>& value, int maximum, unsigned int count) {
+    int seen = value.load(relaxed);
+    for (;;) {
+        std::int64_t const room = std::int64_t{maximum} - seen;
+        if (room <= 0) {
+            return 0;
+        }
+        int const raise =
+            static_cast<int>(std::min({room, std::int64_t{count}, std::int64_t{INT_MAX}}));
+        if (value.compare_exchange_weak(seen, seen + raise, relaxed)) {
+            return raise;
+        }
     }
-    timespec const deadline = verrick::DeadlineAfter(timeoutMs);
-    if (!verrick::IsValidDeadline(deadline) && sem_trywait(&semaphore) == 0) {
-        return 0;
-    }
-    return sem_timedwait(&semaphore, &deadline);
 }
 
 } // namespace
@@ -55,39 +65,35 @@ DSemaphoreImpl::~DSemaphoreImpl() {
     }
 }
 
-// With a maximum of INT_MAX the count can wrap: to INT_MIN, which ends the release like a count
-// above the maximum.
+// The count rises before the posts. So nothing is touched after the last post, and the maximum is
+// never passed.
 void DSemaphoreImpl::Release(unsigned int count) {
     if (m_node == nullptr) {
         return;
     }
-    for (; count != 0; --count) {
-        int const raised = m_node->m_count.Increment();
-        if (raised > m_node->m_max || raised == INT_MIN) {
-            m_node->m_count.Decrement();
-            return;
-        }
-        sem_post(&m_node->m_sem);
-    }
+    CSemaphoreNode& node = *m_node;
+    int const raise = ReserveCounts(InterlockedAccess::WordOf(node.m_count), node.m_max, count);
+    verrick::PostCounts(node.m_sem, node.m_bank, raise);
 }
 
-// An interrupted wait has failed; unlike an event's it isn't taken up again.
 wait_result_t DSemaphoreImpl::Wait(int timeoutMs) {
     if (m_node == nullptr) {
         return WAIT_RESULT_FAILED;
     }
-    if (WaitForPost(m_node->m_sem, timeoutMs) == 0) {
-        m_node->m_count.Decrement();
-        return WAIT_RESULT_OK;
+    CSemaphoreNode& node = *m_node;
+    if (verrick::TakeCount(node.m_sem, verrick::ObjectTimeout(timeoutMs)) != 0) {
+        return errno == ETIMEDOUT ? WAIT_RESULT_TIMEOUT : WAIT_RESULT_FAILED;
     }
-    return errno == ETIMEDOUT ? WAIT_RESULT_TIMEOUT : WAIT_RESULT_FAILED;
+    verrick::DrawFromBank(node.m_sem, node.m_bank);
+    InterlockedAccess::WordOf(node.m_count).fetch_sub(1, relaxed);
+    return WAIT_RESULT_OK;
 }
 
 // The semaphore is zeroed first, because sem_init leaves it as it is when it refuses the count.
 CSemaphoreNode::CSemaphoreNode(unsigned int initialCount, unsigned int maxCount,
                                wchar_t const* name)
     : m_name(nullptr), m_sem(), m_max(static_cast<int>(maxCount)),
-      m_count(static_cast<int>(initialCount)), m_refCount(1) {
+      m_count(static_cast<int>(initialCount)), m_refCount(1), m_bank(0) {
     if (name != nullptr) {
         m_name = _strdup(name);
     }
@@ -125,15 +131,6 @@ CSemaphoreNode* CSemaphoreList::Create(unsigned int initialCount, unsigned int m
         return new CSemaphoreNode(initialCount, maxCount, nullptr);
     }
     DMonitor monitor(m_lock);
-    CSemaphoreNode* node = FindAndAddRef(name);
-    if (node == nullptr) {
-        node = new CSemaphoreNode(initialCount, maxCount, name);
-        AddHead(node);
-    }
-    return node;
-}
-
-CSemaphoreNode* CSemaphoreList::FindAndAddRef(wchar_t const* name) {
     for (DListItem* item = Next(nullptr); item != nullptr; item = Next(item)) {
         auto* const node = static_cast<CSemaphoreNode*>(item);
         if (_stricmp(name, node->m_name) == 0) {
@@ -141,5 +138,7 @@ CSemaphoreNode* CSemaphoreList::FindAndAddRef(wchar_t const* name) {
             return node;
         }
     }
-    return nullptr;
+    auto* const node = new CSemaphoreNode(initialCount, maxCount, name);
+    AddHead(node);
+    return node;
 }

@@ -18,22 +18,7 @@ constexpr unsigned int kDrainMs = 5;
 // for the very thread that waits for it, so the wait has a bound.
 constexpr int kStuckCallMs = 1000;
 
-// Counts the caller among the waiters of an event for a scope. The event's mutex is held at both
-// ends of the scope.
-//
-// The destructor also runs when the waiting thread is cancelled. Otherwise the end of the event
-// would wait for that thread for ever.
-class CountedWaiter {
-public:
-    explicit CountedWaiter(std::atomic<int>& waiters) : m_waiters(waiters) { Add(1); }
-    ~CountedWaiter() { Add(-1); }
-    CountedWaiter(CountedWaiter const&) = delete;
-    CountedWaiter& operator=(CountedWaiter const&) = delete;
-
-private:
-    void Add(int amount) { m_waiters.store(m_waiters.load(relaxed) + amount, relaxed); }
-
-    std::atomic<int>& m_waiters;
-};
+// How often the end of an event yields to a thread that has just woken it, before it sleeps.
+constexpr int kDrainYields = 20;
 
 } // namespace verrick

@@ -1,22 +1,20 @@
 // One source for all of it, so that the way from a handle to the object's code is inlined.
 #include <verrick/handles.h>
 
-#include "frame/deadline.h"
-#include "frame/mutex.h"
-#include "frame/sleep.h"
-#include "frame/waiting.h"
+#include "frame/event_core.h"
+#include "frame/semaphore_counts.h"
+#include "frame/timeout.h"
 #include <verrick/flat/frame.h>
 
+#include <algorithm>
 #include <cerrno>
-#include <cstdint>
-#include <cstdio>
+#include <climits>
 
 namespace {
 
 constexpr unsigned long kAnyType = 0;
 constexpr unsigned long kNoType = 0;
 
-using verrick::CountedWaiter;
 using verrick::relaxed;
 
 XEvent* EventFromHandle(HANDLE handle) {
@@ -27,13 +25,15 @@ XSemaphore* SemaphoreFromHandle(HANDLE handle) {
     return static_cast<XSemaphore*>(XHandleObject::ObjectFromHandle(handle, XSEMAPHORE_TYPE_TAG));
 }
 
-int WaitForPost(sem_t& semaphore, unsigned long timeoutMs) {
-    auto const timeout32Ms = static_cast<std::uint32_t>(timeoutMs);
-    if (timeout32Ms == INFINITE) {
-        return sem_wait(&semaphore);
+unsigned long WaitResult(int error) {
+    switch (error) {
+    case 0:
+        return WAIT_OBJECT_0;
+    case ETIMEDOUT:
+        return WAIT_TIMEOUT;
+    default:
+        return WAIT_FAILED;
     }
-    timespec const deadline = verrick::FlatDeadlineAfter(timeout32Ms);
-    return sem_timedwait(&semaphore, &deadline);
 }
 
 } // namespace
@@ -53,133 +53,69 @@ XHandleObject* XHandleObject::ObjectFromHandle(void* handle, unsigned long type)
     return object;
 }
 
+struct XEvent::Fields {
+    using Word = int;
+    static constexpr char const* kWaitFailed =
+        "pthread_cond_wait returned error (other than EINTR)";
+
+    verrick::EventState<Word>& State() const { return m_event.m_signaled; }
+    std::atomic<int>& WaiterCount() const { return m_event.m_waiters; }
+    std::atomic<int>& Ending() const { return m_event.m_closing; }
+    verrick::EventHandover& Handover() const { return m_event.m_handover; }
+    bool IsAutoReset() const { return m_event.m_manualReset == 0; }
+    pthread_cond_t& Condition() const { return m_event.m_cond; }
+    pthread_mutex_t& Mutex() const { return m_event.m_mutex; }
+    pthread_mutexattr_t& MutexAttribute() const { return m_event.m_mutexAttr; }
+
+    XEvent& m_event;
+};
+
+struct XEvent::Core : verrick::EventCore<Fields> {
+    explicit Core(XEvent& event) : EventCore(Fields{event}) {}
+};
+
 XEvent::XEvent(int initialState, int manualReset)
     : XHandleObject(XEVENT_TYPE_TAG), m_manualReset(manualReset), m_signaled(initialState),
       m_waiters(0), m_closing(0) {
-    pthread_cond_init(&m_cond, nullptr);
-    verrick::InitErrorCheckMutex(m_mutex, m_mutexAttr);
+    Core(*this).Create();
 }
 
 XEvent::~XEvent() = default;
 
 unsigned long XEvent::WaitForSingleObject(unsigned long timeoutMs) {
-    if (m_closing.load(relaxed) != 0) {
-        return WAIT_FAILED;
-    }
-    verrick::MutexLock lock(m_mutex);
-    return WaitHeld(timeoutMs);
-}
-
-unsigned long XEvent::WaitHeld(unsigned long timeoutMs) {
-    if (m_closing.load(relaxed) != 0) {
-        return WAIT_FAILED;
-    }
-    if (m_signaled.load(relaxed) != 0) {
-        if (m_manualReset == 0) {
-            m_signaled.store(0, relaxed);
-        }
-        return WAIT_OBJECT_0;
-    }
-    // The state is not looked at again: every wake-up counts, for a signal to a waiter leaves none.
-    CountedWaiter counted(m_waiters);
-    auto const timeout32Ms = static_cast<std::uint32_t>(timeoutMs);
-    switch (timeout32Ms == INFINITE ? WaitForever() : WaitOnce(timeout32Ms)) {
-    case 0:
-        return WAIT_OBJECT_0;
-    case ETIMEDOUT:
-        return WAIT_TIMEOUT;
-    default:
-        return WAIT_FAILED;
-    }
-}
-
-// Both block on the condition and give the error of the wait. The wait's result is the error: errno
-// may hold anything.
-int XEvent::WaitForever() {
-    for (;;) {
-        int const error = pthread_cond_wait(&m_cond, &m_mutex);
-        if (error == 0) {
-            return 0;
-        }
-        if (error != EINTR) {
-            std::puts("pthread_cond_wait returned error (other than EINTR)");
-            return error;
-        }
-        verrick::SleepMs(verrick::kRetryMs);
-    }
-}
-
-int XEvent::WaitOnce(unsigned int timeoutMs) {
-    timespec const deadline = verrick::FlatDeadlineAfter(timeoutMs);
-    return pthread_cond_timedwait(&m_cond, &m_mutex, &deadline);
+    return WaitResult(Core(*this).Wait(verrick::FlatTimeout(timeoutMs)));
 }
 
 int XEvent::SetToSignaledState() {
-    if (m_closing.load(relaxed) != 0) {
-        return 0;
-    }
-    verrick::MutexLock lock(m_mutex);
-    return SignalHeld();
+    Core const core(*this);
+    return !core.IsEnding() && core.Signal() == 0 ? 1 : 0;
 }
 
-// With a waiter the state stays clear: the wake-up itself is the signal, and the woken thread finds
-// nothing to consume. Without one there is nobody to wake.
-int XEvent::SignalHeld() {
-    if (m_manualReset == 0) {
-        bool const hasWaiters = m_waiters.load(relaxed) > 0;
-        m_signaled.store(hasWaiters ? 0 : 1, relaxed);
-        return !hasWaiters || pthread_cond_signal(&m_cond) == 0 ? 1 : 0;
-    }
-    m_signaled.store(1, relaxed);
-    return pthread_cond_broadcast(&m_cond) == 0 ? 1 : 0;
-}
-
-// The flag and the broadcast stand under the mutex, and the wait looks at the flag again under it,
-// so that no thread on its way into its wait misses the broadcast. The last lock and unlock lets
-// the last waiter get out of the mutex before that goes.
 int XEvent::CloseHandle() {
-    if (m_closing.load(relaxed) != 0) {
-        return 0;
-    }
-    {
-        verrick::MutexLock lock(m_mutex);
-        m_closing.store(1, relaxed);
-        pthread_cond_broadcast(&m_cond);
-    }
-    while (m_waiters.load(relaxed) > 0) {
-        verrick::SleepMs(verrick::kDrainMs);
-    }
-    pthread_mutex_lock(&m_mutex);
-    pthread_mutex_unlock(&m_mutex);
-    verrick::DestroyErrorCheckMutex(m_mutex, m_mutexAttr);
-    pthread_cond_destroy(&m_cond);
-    return 1;
+    Core const core(*this);
+    return !core.IsEnding() && core.End() ? 1 : 0;
 }
 
 // The semaphore is zeroed first, because sem_init leaves it as it is when it refuses the count.
 XSemaphore::XSemaphore(long initialCount, long maxCount)
-    : XHandleObject(XSEMAPHORE_TYPE_TAG), m_sem(), m_max(maxCount),
-      m_count(static_cast<int>(initialCount)) {
-    sem_init(&m_sem, 0, static_cast<unsigned int>(initialCount));
+    : XHandleObject(XSEMAPHORE_TYPE_TAG), m_sem(), m_max(maxCount), m_count(0) {
+    if (sem_init(&m_sem, 0, static_cast<unsigned int>(initialCount)) != 0) {
+        m_count = static_cast<int>(initialCount);
+    }
 }
 
 XSemaphore::~XSemaphore() = default;
 
-// An interrupted wait has failed; unlike an event's it isn't taken up again.
 unsigned long XSemaphore::WaitForSingleObject(unsigned long timeoutMs) {
-    if (WaitForPost(m_sem, timeoutMs) == 0) {
-        InterlockedDecrement(&m_count);
-        return WAIT_OBJECT_0;
+    if (verrick::TakeCount(m_sem, verrick::FlatTimeout(timeoutMs)) != 0) {
+        return WaitResult(errno);
     }
-    return errno == ETIMEDOUT ? WAIT_TIMEOUT : WAIT_FAILED;
+    verrick::DrawFromBank(m_sem, m_count);
+    return WAIT_OBJECT_0;
 }
 
 int XSemaphore::SetToSignaledState() {
-    if (sem_post(&m_sem) != 0) {
-        return 0;
-    }
-    InterlockedIncrement(&m_count);
-    return 1;
+    return sem_post(&m_sem) == 0 ? 1 : 0;
 }
 
 int XSemaphore::CloseHandle() {
@@ -202,9 +138,7 @@ int PulseEvent(HANDLE event) {
     if (object == nullptr) {
         return 0;
     }
-    verrick::MutexLock lock(object->m_mutex);
-    pthread_cond_signal(&object->m_cond);
-    object->m_signaled.store(0, relaxed);
+    XEvent::Core(*object).Pulse();
     return 1;
 }
 
@@ -213,13 +147,13 @@ int ResetEvent(HANDLE event) {
     if (object == nullptr) {
         return 0;
     }
-    verrick::MutexLock lock(object->m_mutex);
-    object->m_signaled.store(0, relaxed);
+    XEvent::Core(*object).Reset();
     return 1;
 }
 
 HANDLE CreateSemaphore(void* attributes, long initialCount, long maxCount, wchar_t const* name) {
-    if (attributes != nullptr || name != nullptr) {
+    if (attributes != nullptr || name != nullptr || initialCount > INT_MAX ||
+        initialCount < INT_MIN) {
         return nullptr;
     }
     return static_cast<XHandleObject*>(new XSemaphore(initialCount, maxCount));
@@ -230,17 +164,16 @@ int ReleaseSemaphore(HANDLE semaphore, long count, long* previousCount) {
     if (object == nullptr || count < 1) {
         return 0;
     }
-    long const previous = __atomic_load_n(&object->m_count, __ATOMIC_RELAXED);
+    int posted = 0;
+    sem_getvalue(&object->m_sem, &posted);
+    long long const previous = static_cast<long long>(posted) + object->m_count.load(relaxed);
     if (previousCount != nullptr) {
-        *previousCount = previous;
+        *previousCount = static_cast<long>(previous);
     }
-    long total = 0;
-    if (__builtin_add_overflow(previous, count, &total) || total > object->m_max) {
+    if (count > INT_MAX || previous + count > std::min<long long>(object->m_max, SEM_VALUE_MAX)) {
         return 0;
     }
-    for (; count > 0; --count) {
-        object->XSemaphore::SetToSignaledState();
-    }
+    verrick::PostCounts(object->m_sem, object->m_count, static_cast<int>(count));
     return 1;
 }
 
@@ -255,6 +188,8 @@ int CloseHandle(HANDLE handle) {
         return 0;
     }
     int const result = object->CloseHandle();
-    delete object;
+    if (result != 0) { // another thread has begun to close it, and deletes it
+        delete object;
+    }
     return result;
 }

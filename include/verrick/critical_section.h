@@ -1,9 +1,9 @@
 /**
  * @file
- * A mutex and its scoped lock: pthread_mutex_lock and pthread_mutex_unlock on an error-checking
- * mutex. Plain classes without virtual operations.
+ * A mutex and its scoped lock. They stand for pthread_mutex_lock and pthread_mutex_unlock on an
+ * error-checking mutex. Plain classes without virtual operations.
  *
- * A critical section is not recursive. A second Enter by the thread that holds it neither blocks
+ * A critical section doesn't nest. A second Enter by the thread that has the section neither blocks
  * nor counts, and the first Leave frees it.
  */
 #ifndef VERRICK_CRITICAL_SECTION_H
@@ -15,8 +15,8 @@
 #include <pthread.h>
 
 /**
- * Every operation may be called from any thread. The owner destroys a section when no thread is
- * inside it or on its way in.
+ * A mutex that doesn't nest. Every operation may be called from any thread. The owner destroys a
+ * section when no thread is inside it or on its way in.
  */
 class VERRICK_API VERRICK_LOCK DCriticalSection {
 public:
@@ -24,11 +24,12 @@ public:
     DCriticalSection();
     ~DCriticalSection();
 
-    /** Waits for ever until the section is free and takes it. Does nothing if the caller has it. */
-    void Enter() VERRICK_ACQUIRE();
+    /** Waits for ever until the section is free, and takes it. Does nothing if the caller has it.
+     */
+    VERRICK_API_SHORT void Enter() VERRICK_ACQUIRE();
 
-    /** Frees the section. Does nothing if the caller doesn't have it. */
-    void Leave() VERRICK_RELEASE();
+    /** Frees the section. Does nothing if the caller doesn't have it. Doesn't block. */
+    VERRICK_API_SHORT void Leave() VERRICK_RELEASE();
 
     DCriticalSection(DCriticalSection const&) = delete;
     DCriticalSection& operator=(DCriticalSection const&) = delete;
@@ -38,10 +39,10 @@ private:
     pthread_mutex_t m_mutex;
 };
 
-/** Holds a critical section for a scope, and leaves it on every way out, an exception included. */
+/** Holds a critical section for a scope. Leaves it on every way out, also by an exception. */
 class VERRICK_API VERRICK_SCOPED_LOCK DMonitor {
 public:
-    /** Enters the section, which the monitor doesn't own and which must outlive it. */
+    /** Enters the section. The monitor doesn't own it, and the section must outlive the monitor. */
     explicit DMonitor(DCriticalSection& section) VERRICK_ACQUIRE(section);
     ~DMonitor() VERRICK_RELEASE();
 

@@ -1,16 +1,29 @@
 /**
  * @file
- * Events: flags that threads wait on, over a condition variable.
+ * Events: flags that threads wait on. They stand for a mutex with a condition variable.
  *
- * An auto-reset event lets one waiter through for each signal; it doesn't count, so two signals
- * that nobody waits for let one waiter through. A manual-reset event lets everybody through from
- * Signal until Reset. Unlike CreateEvent (handles.h), the constructor's second argument says
- * auto-reset, and there is no pulse.
+ * An auto-reset event lets one wait through for each signal. It doesn't count: two signals before
+ * the next wait let one wait through. A manual-reset event lets every wait through from Signal
+ * until Reset. Unlike CreateEvent (handles.h), the constructor's second argument says auto-reset,
+ * and there is no pulse.
+ *
+ * Memory order: what a thread did before Signal is seen by the thread whose Wait that signal lets
+ * through.
+ *
+ * A signal can be lost in these cases:
+ * - The time of the only waiting thread runs out at the moment of the signal. Wait returns
+ *   WAIT_RESULT_TIMEOUT, and the event stays unsignalled.
+ * - A second signal comes before the thread that the first one woke has left Wait.
+ *
+ * So let the event say "look again", and keep what there is to see under a lock of your own. Where
+ * each signal must count, use DSemaphore. Where a signal must stay, use a manual-reset event. A
+ * wait with time-out 0 loses no signal.
  */
 #ifndef VERRICK_EVENT_H
 #define VERRICK_EVENT_H
 
 #include <verrick/detail/api.h>
+#include <verrick/detail/event_state.h>
 #include <verrick/frame.h>
 
 #include <atomic>
@@ -22,24 +35,40 @@ public:
     IEvent();
 
     /**
-     * Wakes every thread blocked in Wait, each with WAIT_RESULT_OK, and returns when they have
-     * left. Only blocked waiters may stay: all other use has ended before.
+     * Ends the event. Wakes every thread that is blocked in Wait, and returns when they have left.
+     * Each of them gets WAIT_RESULT_OK. Not a cancellation point.
+     *
+     * No other thread may be inside a call or on its way in, with two exceptions: threads that are
+     * blocked in Wait, and the Signal that has just let the calling thread through.
      */
     virtual ~IEvent();
 
-    /** Signals the event, as SetEvent does. */
+    /**
+     * Wakes one waiting thread of an auto-reset event, all of a manual-reset one. If none waits, or
+     * the event is a manual-reset one, the event is signalled afterwards. Does nothing while the
+     * event is being destroyed. Never fails. Doesn't block.
+     */
     virtual void Signal() = 0;
 
-    /** Makes the event unsignalled, as ResetEvent does. */
+    /**
+     * Makes the event unsignalled. Threads that were woken before go on all the same. Does nothing
+     * while the event is being destroyed. Never fails. Doesn't block.
+     */
     virtual void Reset() = 0;
 
     /**
-     * Waits until the event is signalled, at most timeoutMs milliseconds, -1 for ever; an
-     * auto-reset event is unsignalled afterwards.
+     * Waits until the event is signalled. An auto-reset event is unsignalled afterwards.
      *
-     * Gives WAIT_RESULT_OK when the event was signalled or is being destroyed, WAIT_RESULT_TIMEOUT
-     * when the time ran out. WAIT_RESULT_FAILED stands for an event whose destruction had begun
-     * before the call, and for a time-out under -1 that makes no valid deadline.
+     * @param timeoutMs milliseconds; -1 waits for ever. 0 only looks: it neither blocks nor counts
+     * as waiting. Below -1 the time is over already, and the call looks, too.
+     * @return WAIT_RESULT_OK when the event was signalled, or was destroyed while the call blocked.
+     * As with any condition variable, a wake-up without a signal is possible, if rare.
+     * WAIT_RESULT_TIMEOUT when the time ran out. WAIT_RESULT_FAILED when the destruction had begun
+     * before the call, when a time-out below -1 makes no valid deadline, or when the system refuses
+     * the wait.
+     *
+     * A cancellation point, unless the event is signalled. A cancelled thread puts back the signal
+     * that it was woken for, if no other thread will have it.
      */
     virtual wait_result_t Wait(int timeoutMs) = 0;
 
@@ -47,10 +76,16 @@ public:
     IEvent& operator=(IEvent const&) = delete;
 };
 
-/** An event, as an application creates it. */
+/** An event, as an application creates it. The operations are those of IEvent. */
 class VERRICK_API DEvent : public IEvent {
 public:
-    /** DEvent(false, false) is an unsignalled manual-reset event. Throws std::bad_alloc. */
+    /**
+     * Makes an event. DEvent(false, false) is an unsignalled manual-reset event. A failure of the
+     * POSIX calls is not reported. Throws std::bad_alloc.
+     *
+     * @param initialState true for a signalled event.
+     * @param autoReset true for an auto-reset event, false for a manual-reset one.
+     */
     DEvent(bool initialState, bool autoReset);
     ~DEvent() override;
 
@@ -62,10 +97,10 @@ private:
     IEvent* m_impl; /* owned; constant after construction */
 };
 
-/** The work behind DEvent. */
+/** The work behind DEvent. Applications create a DEvent. */
 class VERRICK_API DEventImpl : public IEvent {
 public:
-    /** As DEvent. */
+    /** Takes the arguments of DEvent. */
     DEventImpl(bool initialState, bool autoReset);
     ~DEventImpl() override;
 
@@ -74,21 +109,22 @@ public:
     wait_result_t Wait(int timeoutMs) override;
 
 private:
-    int WaitForCondition(int timeoutMs);
+    struct Fields; /* the work on the fields below */
+    struct Core;
 
     pthread_cond_t m_cond;
-    pthread_mutex_t m_mutex;
+    pthread_mutex_t m_mutex;         /* innermost: nothing is taken under it */
     pthread_mutexattr_t m_mutexAttr; /* lives as long as the mutex */
     bool m_autoReset;                /* constant after construction */
-    bool m_signaled;                 /* guarded by m_mutex */
+    /* Reads as a bool. It is atomic: without waiting threads it changes without the lock. */
+    verrick::EventState<unsigned char> m_signaled;
     /*
-     * These change under m_mutex, but for the fall of m_signalling, and are read without it, by the
-     * destructor's poll and by the early tests. They publish nothing, the lock does, so relaxed is
-     * enough; only the fall of m_signalling orders itself before the destructor.
+     * Both change under m_mutex. The destructor and the early tests read them without it. They
+     * order no other memory, so relaxed is enough.
      */
     std::atomic<int> m_waiters;    /* threads inside the blocking part of Wait */
     std::atomic<int> m_destroying; /* 0, or 1 from the start of the destructor */
-    std::atomic<int> m_signalling; /* calls of Signal that have yet to let go of the object */
+    verrick::EventHandover m_handover;
 };
 
 #endif

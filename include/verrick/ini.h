@@ -223,7 +223,7 @@ private:
     bool ReplaceSection(wchar_t const* section, wchar_t const* lines);
     bool DeleteSection(wchar_t const* section);
 
-    struct Steps; /* what the operations share; none of it is exported */
+    struct VERRICK_INTERNAL Steps; /* what the operations share; none of it is exported */
 
     wchar_t m_fileName[4096]; /* as the last Open got it */
     FILE* m_file;             /* null while closed; its buffer is never used */

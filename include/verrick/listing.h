@@ -123,7 +123,7 @@ public:
     static int WildCardMatch(char const* pattern, char const* name);
 
 private:
-    struct Steps;
+    struct VERRICK_INTERNAL Steps;
 
     /* The three char blocks are owned. They come from new[], and Close releases them. */
     DIR* m_dir;               /* owned; null while no directory is open */

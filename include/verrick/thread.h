@@ -230,8 +230,8 @@ public:
 private:
     friend class verrick::ObjectUse;
     enum class State : unsigned char;
-    struct Steps;
-    class JoinTurn;
+    struct VERRICK_INTERNAL Steps;
+    class VERRICK_INTERNAL JoinTurn;
     class ThreadScope;
 
     /*

@@ -1,21 +1,51 @@
 #include <verrick/handles.h>
 #include <verrick/semaphore.h>
-#include <verrick/time_primitives.h>
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <climits>
 #include <csignal>
+#include <cstring>
+#include <dlfcn.h>
 #include <functional>
+#include <new>
+#include <sys/mman.h>
 #include <thread>
+#include <unistd.h>
 
 #include "tests/support/asleep.h"
 #include "tests/support/memory.h"
 
-// Takes what can be had, at most 99 counts.
-static int Drain(ISemaphore& semaphore) {
+namespace {
+
+std::atomic<int> g_posts{0};
+bool g_refusePosts = false;
+std::function<void()> g_afterNextPost;
+
+} // namespace
+
+extern "C" int sem_post(sem_t* semaphore) noexcept {
+    static auto* const post =
+        reinterpret_cast<int (*)(sem_t*)>(dlvsym(RTLD_NEXT, "sem_post", "GLIBC_2.34"));
+    ++g_posts;
+    if (g_refusePosts) {
+        errno = EOVERFLOW;
+        return -1;
+    }
+    int const result = post(semaphore);
+    if (g_afterNextPost) {
+        std::exchange(g_afterNextPost, nullptr)();
+    }
+    return result;
+}
+
+namespace {
+
+// Takes what can be had, at most limit counts.
+int Drain(ISemaphore& semaphore, int limit = 99) {
     int taken = 0;
-    while (taken < 99 && semaphore.Wait(0) == WAIT_RESULT_OK) {
+    while (taken < limit && semaphore.Wait(0) == WAIT_RESULT_OK) {
         ++taken;
     }
     return taken;
@@ -45,11 +75,19 @@ TEST(Semaphore, ReleasesWhatFitsUnderASignedMaximum) {
                        {1, 0x80000000U, 5, 1},
                        {0, INT_MAX, 50, 50},
                        {0x80000000U, ~0U, 0, 0},
-                       {INT_MAX - 1, INT_MAX, ~0U, 99}}; // the last ends where the count would wrap
+                       {INT_MAX - 1, INT_MAX, ~0U, 99}};
     for (auto const& each : cases) {
         DSemaphore semaphore(each.initial, each.maximum, nullptr);
         semaphore.Release(each.release);
         EXPECT_EQ(Drain(semaphore), each.expected) << each.maximum;
+    }
+}
+
+TEST(Semaphore, CanBeReleasedToItsMaximumAgainAfterEveryWait) {
+    DSemaphore semaphore(0, 1, nullptr);
+    for (int round = 0; round < 3; ++round) {
+        semaphore.Release(2);
+        EXPECT_EQ(Drain(semaphore), 1);
     }
 }
 
@@ -59,6 +97,17 @@ TEST(Semaphore, ANegativeTimeOutTakesWhatCanBeHadAndNeverBlocks) {
         EXPECT_EQ(semaphore.Wait(timeoutMs), WAIT_RESULT_OK);
         EXPECT_NE(semaphore.Wait(timeoutMs), WAIT_RESULT_OK);
     }
+}
+
+TEST(Semaphore, AReleaseOfVeryManyCountsMakesFewCallsAndAllCanBeTaken) {
+    g_posts = 0;
+    DSemaphore most(0, INT_MAX, nullptr);
+    most.Release(INT_MAX);
+    EXPECT_LT(g_posts, 100000);
+    EXPECT_EQ(most.Wait(-1), WAIT_RESULT_OK);
+    DSemaphore many(0, 200000, nullptr);
+    many.Release(~0U);
+    EXPECT_EQ(Drain(many, 999999), 200000);
 }
 
 // The creations of another thread neither find the lock kept by one that failed, nor revive a node
@@ -81,8 +130,77 @@ TEST(Semaphore, StandsFailedAllocationsBesideCreationsOfTheSameName) {
     EXPECT_EQ(Drain(last), 2);
 }
 
+TEST(SemaphoreHandle, ReleasesAllOrNothingAndSaysTheCountBefore) {
+    HANDLE const semaphore = CreateSemaphore(nullptr, 1, 2, nullptr);
+    struct {
+        long count;
+        int result;
+        long previous;
+    } const cases[] = {{0, 0, -9}, {-1, 0, -9}, {2, 0, 1}, {LONG_MAX, 0, 1}, {1, 1, 1}, {1, 0, 2}};
+    for (auto const& each : cases) {
+        long previous = -9;
+        EXPECT_EQ(ReleaseSemaphore(semaphore, each.count, &previous), each.result) << each.count;
+        EXPECT_EQ(previous, each.previous) << each.count;
+    }
+    for (unsigned long const expected : {WAIT_OBJECT_0, WAIT_OBJECT_0, WAIT_TIMEOUT}) {
+        EXPECT_EQ(WaitForSingleObject(semaphore, 0), expected);
+    }
+    EXPECT_EQ(ReleaseSemaphore(semaphore, 2, nullptr), 1);
+    CloseHandle(semaphore);
+}
+
+TEST(SemaphoreHandle, HoldsNoMoreThanTheSystemsSemaphore) {
+    g_posts = 0;
+    XSemaphore semaphore(1, LONG_MAX);
+    long previous = 0;
+    EXPECT_EQ(ReleaseSemaphore(&semaphore, INT_MAX, &previous), 0);
+    EXPECT_EQ(ReleaseSemaphore(&semaphore, INT_MAX - 1, &previous), 1);
+    EXPECT_EQ(ReleaseSemaphore(&semaphore, 1, &previous), 0);
+    EXPECT_EQ(previous, INT_MAX);
+    EXPECT_LT(g_posts, 100000);
+    EXPECT_EQ(semaphore.CloseHandle(), 1);
+}
+
+TEST(SemaphoreHandle, CountsNoTakenAndNoFailedPost) {
+    XSemaphore semaphore(0, 9);
+    long previous = -9;
+    g_afterNextPost = [&] {
+        EXPECT_EQ(semaphore.WaitForSingleObject(0), WAIT_OBJECT_0);
+        EXPECT_EQ(ReleaseSemaphore(&semaphore, 1, &previous), 1);
+    };
+    EXPECT_EQ(ReleaseSemaphore(&semaphore, 1, nullptr), 1);
+    EXPECT_EQ(previous, 0);
+    g_refusePosts = true;
+    EXPECT_EQ(semaphore.SetToSignaledState(), 0);
+    g_refusePosts = false;
+    EXPECT_EQ(ReleaseSemaphore(&semaphore, 1, &previous), 1);
+    EXPECT_EQ(previous, 1);
+    EXPECT_EQ(semaphore.CloseHandle(), 1);
+}
+
+TEST(SemaphoreHandle, IsNotTouchedAfterItsLastPost) {
+    auto const pageBytes = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    void* const page =
+        mmap(nullptr, pageBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    auto* const semaphore = new (page) XSemaphore(0, 9);
+    g_afterNextPost = [=] { mprotect(page, pageBytes, PROT_NONE); };
+    EXPECT_EQ(ReleaseSemaphore(semaphore, 1, nullptr), 1);
+    EXPECT_EQ(munmap(page, pageBytes), 0);
+}
+
+TEST(SemaphoreHandle, BeginsEmptyWithANegativeCountAndRefusesWhatIsNoInt) {
+    alignas(XSemaphore) unsigned char memory[sizeof(XSemaphore)];
+    std::memset(memory, 0xFF, sizeof memory);
+    auto* const semaphore = new (memory) XSemaphore(-1, 9);
+    EXPECT_EQ(semaphore->WaitForSingleObject(0), WAIT_TIMEOUT);
+    EXPECT_EQ(semaphore->CloseHandle(), 1);
+    if (LONG_MAX > INT_MAX) {
+        EXPECT_EQ(CreateSemaphore(nullptr, LONG_MAX, LONG_MAX, nullptr), nullptr);
+    }
+}
+
 // The result of a blocked wait that a signal interrupts, with a handler that asks for no restart.
-static unsigned long Interrupted(std::function<unsigned long()> const& wait) {
+unsigned long Interrupted(std::function<unsigned long()> const& wait) {
     struct sigaction action {};
     action.sa_handler = [](int) {};
     sigaction(SIGUSR1, &action, nullptr);
@@ -97,6 +215,8 @@ static unsigned long Interrupted(std::function<unsigned long()> const& wait) {
 
 TEST(SemaphoreTwins, DifferInNamesAndPartialReleaseAndEndAnInterruptedWait) {
     EXPECT_EQ(CreateSemaphore(nullptr, 1, 2, L"twin"), nullptr);
+    int attributes = 0;
+    EXPECT_EQ(CreateSemaphore(&attributes, 1, 2, nullptr), nullptr);
     DSemaphore object(1, 2, L"twin");
     HANDLE const handle = CreateSemaphore(nullptr, 1, 2, nullptr);
     object.Release(2);
@@ -110,3 +230,5 @@ TEST(SemaphoreTwins, DifferInNamesAndPartialReleaseAndEndAnInterruptedWait) {
     }
     CloseHandle(handle);
 }
+
+} // namespace

@@ -14,30 +14,33 @@ extern "C" {
 
 /**
  * Copies the library's version, the five bytes of "2.00" with the terminator, to the caller's
- * buffer, which holds five bytes at least. Safe from any thread.
+ * buffer. The buffer isn't null and holds at least five bytes. Never fails and never blocks. Any
+ * thread may call it.
  */
 VERRICK_API void GetDLLVersion(char* version);
 
 /**
  * @name The Interlocked calls
- * They change the 32-bit word at target in one atomic step, wrapping, and never
- * block. The word is aligned to four bytes and changed by these calls only. Any thread may call
- * them. There is no memory barrier in them, so they publish no other data.
+ * Each changes the 32-bit word at target in one atomic step. The value wraps. They never block and
+ * never fail. Any thread may call them, and a signal handler, too.
  *
- * Increment, Decrement and ExchangeAdd give the word as read right behind the step, which is the
- * new value, with the changes of other threads in it where they came in between.
+ * The target isn't null, is aligned to four bytes, and is changed by these calls only. There is no
+ * memory barrier in them, so they publish no other data.
+ *
+ * Increment, Decrement and ExchangeAdd return a value that the word had after the step. Changes of
+ * other threads may be in it.
  * @{
  */
 
-/** Adds 1, and gives the new value. */
+/** Adds 1. Returns the new value. */
 VERRICK_API_SHORT int InterlockedIncrement(int volatile* target);
-/** Subtracts 1, and gives the new value. */
+/** Subtracts 1. Returns the new value. */
 VERRICK_API_SHORT int InterlockedDecrement(int volatile* target);
 
-/** Adds amount. Unlike its Win32 namesake it gives the new value, not the old one. */
+/** Adds amount. Returns the new value; its Win32 namesake returns the old one. */
 VERRICK_API_SHORT int InterlockedExchangeAdd(int volatile* target, int amount);
 
-/** Stores value and gives the old one. */
+/** Stores value. Returns the old value. */
 VERRICK_API_SHORT int InterlockedExchange(int volatile* target, int value);
 
 /** @} */

@@ -1,0 +1,200 @@
+// What both kinds of events promise alike.
+#include <verrick/event.h>
+#include <verrick/handles.h>
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <sys/resource.h>
+#include <thread>
+
+#include "tests/support/asleep.h"
+
+static bool g_refuseAttributes = false;
+
+extern "C" int pthread_mutexattr_settype(pthread_mutexattr_t* attribute, int kind) noexcept {
+    std::memcpy(attribute, &kind, sizeof kind); // as glibc keeps an attribute
+    return g_refuseAttributes ? ENOMEM : 0;
+}
+
+namespace {
+
+class ObjectEvent {
+public:
+    explicit ObjectEvent(bool autoReset = true) : m_event(false, autoReset) {}
+    void Signal() { m_event.Signal(); }
+    void Reset() { m_event.Reset(); }
+    bool Wait(int timeoutMs) { return m_event.Wait(timeoutMs) == WAIT_RESULT_OK; }
+
+private:
+    DEventImpl m_event;
+};
+
+class HandleEvent {
+public:
+    explicit HandleEvent(bool autoReset = true) : m_event(0, autoReset ? 0 : 1) {}
+    ~HandleEvent() { m_event.CloseHandle(); }
+    void Signal() { EXPECT_EQ(SetEvent(&m_event), 1); }
+    void Reset() { EXPECT_EQ(ResetEvent(&m_event), 1); }
+    bool Wait(int timeoutMs) {
+        return WaitForSingleObject(&m_event, static_cast<unsigned int>(timeoutMs)) == WAIT_OBJECT_0;
+    }
+
+private:
+    XEvent m_event;
+};
+
+template<class Event>
+class EventTwins : public testing::Test {};
+
+using Twins = testing::Types<ObjectEvent, HandleEvent>;
+TYPED_TEST_SUITE(EventTwins, Twins);
+
+TYPED_TEST(EventTwins, RememberOneSignalForOneWaitOrUntilTheReset) {
+    for (bool const autoReset : {true, false}) {
+        TypeParam event(autoReset);
+        EXPECT_FALSE(event.Wait(0));
+        event.Signal();
+        event.Signal();
+        EXPECT_TRUE(event.Wait(-1));
+        EXPECT_EQ(event.Wait(0), !autoReset);
+        event.Signal();
+        event.Reset();
+        EXPECT_FALSE(event.Wait(1));
+    }
+}
+
+TYPED_TEST(EventTwins, FreeOneBlockedThreadOrAllWithASignalAndTheRestAtTheirEnd) {
+    for (bool const autoReset : {true, false}) {
+        auto* const event = new TypeParam(autoReset);
+        std::atomic<int> freed{0};
+        std::vector<std::thread> threads;
+        for (int const timeoutMs : {-1, 60000, -1}) {
+            threads.emplace_back([&, timeoutMs] {
+                EXPECT_TRUE(event->Wait(timeoutMs));
+                ++freed;
+            });
+        }
+        AwaitOthersAsleep();
+        event->Signal();
+        event->Reset(); // holds up nobody who was waiting
+        AwaitOthersAsleep();
+        EXPECT_EQ(freed, autoReset ? 1 : 3);
+        EXPECT_FALSE(event->Wait(0));
+        delete event;
+        for (auto& thread : threads) {
+            thread.join();
+        }
+    }
+}
+
+TYPED_TEST(EventTwins, ALookAtAnUnsetEventNeverSleeps) {
+    TypeParam event;
+    rusage before{};
+    rusage after{};
+    getrusage(RUSAGE_THREAD, &before);
+    for (int look = 0; look < 100; ++look) {
+        EXPECT_FALSE(event.Wait(0));
+    }
+    getrusage(RUSAGE_THREAD, &after);
+    EXPECT_LT(after.ru_nvcsw, before.ru_nvcsw + 50);
+}
+
+// VERRICK_HANDOFFS sets how many times.
+TYPED_TEST(EventTwins, HandOverEverySignalAndWhatWasWrittenBeforeIt) {
+    char const* const text = std::getenv("VERRICK_HANDOFFS");
+    int const rounds = text != nullptr ? std::atoi(text) : 50000;
+    TypeParam filled;
+    TypeParam emptied;
+    int slot = 0;
+    std::thread writer([&] {
+        for (int round = 1; round <= rounds; ++round) {
+            slot = round;
+            filled.Signal();
+            ASSERT_TRUE(emptied.Wait(-1));
+        }
+    });
+    for (int round = 1; round <= rounds; ++round) {
+        while (round % 2 == 0 ? !filled.Wait(-1) : !filled.Wait(0)) { // with and without the lock
+        }
+        ASSERT_EQ(slot, round);
+        emptied.Signal();
+    }
+    writer.join();
+}
+
+TYPED_TEST(EventTwins, AWaiterMayEndTheEventThatHasJustLetItThrough) {
+    for (int round = 0; round < 300; ++round) {
+        auto* const event = new TypeParam;
+        std::thread signaller([event] { event->Signal(); });
+        EXPECT_TRUE(event->Wait(-1));
+        delete event;
+        signaller.join();
+    }
+}
+
+TYPED_TEST(EventTwins, GetAMutexWhateverItsAttributesSay) {
+    alignas(TypeParam) unsigned char memory[sizeof(TypeParam)];
+    std::memset(memory, 0xFF, sizeof memory);
+    g_refuseAttributes = true;
+    auto* const event = new (memory) TypeParam;
+    g_refuseAttributes = false;
+    std::thread waiter([event] { EXPECT_TRUE(event->Wait(60000)); });
+    AwaitOthersAsleep();
+    event->Signal();
+    waiter.join();
+    event->~TypeParam();
+}
+
+#ifndef __SANITIZE_ADDRESS__ // its runtime takes the unwinding of a cancelled thread for an overrun
+
+TYPED_TEST(EventTwins, ACancelledWaiterPutsBackASignalThatNobodyElseWillHave) {
+    for (int round = 0; round < 300; ++round) {
+        TypeParam event;
+        std::atomic<bool> had{false};
+        std::thread waiter([&] { had = event.Wait(-1); });
+        std::this_thread::sleep_for(std::chrono::microseconds(200));
+        event.Signal();
+        pthread_cancel(waiter.native_handle());
+        waiter.join();
+        ASSERT_TRUE(had || event.Wait(0));
+    }
+}
+
+TYPED_TEST(EventTwins, ALookAtAnUnsetEventIsACancellationPoint) {
+    bool passed = false;
+    std::thread looker([&] {
+        TypeParam event;
+        pthread_cancel(pthread_self());
+        event.Wait(0);
+        passed = true;
+    });
+    looker.join();
+    EXPECT_FALSE(passed);
+}
+
+TYPED_TEST(EventTwins, ACancelledThreadEndsAnEventWithItsWaitersAllTheSame) {
+    auto* const event = new TypeParam;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 20; ++i) {
+        threads.emplace_back([event] { EXPECT_TRUE(event->Wait(-1)); });
+    }
+    AwaitOthersAsleep();
+    bool ended = false;
+    threads.emplace_back([&] {
+        pthread_cancel(pthread_self());
+        delete event;
+        ended = true;
+    });
+    for (auto& thread : threads) {
+        thread.join();
+    }
+    EXPECT_TRUE(ended);
+}
+
+#endif
+
+} // namespace
