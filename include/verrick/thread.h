@@ -230,9 +230,9 @@ public:
 private:
     friend class verrick::ObjectUse;
     enum class State : unsigned char;
-    struct Steps;
-    class JoinTurn;
-    class ThreadScope;
+    struct VERRICK_INTERNAL Steps;
+    class VERRICK_INTERNAL JoinTurn;
+    class VERRICK_INTERNAL ThreadScope;
 
     /*
      * The atomic words change under m_deathMutex and are also read without it. They order no other

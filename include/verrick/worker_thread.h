@@ -80,8 +80,8 @@ public:
     void Run() override;
 
 private:
-    struct Work;
-    struct Steps;
+    struct VERRICK_INTERNAL Work;
+    struct VERRICK_INTERNAL Steps;
 
     unsigned char m_data[255] VERRICK_GUARDED_BY(m_csWork); /* the newest block */
     bool m_busy VERRICK_GUARDED_BY(m_csWork); /* a block waits or is being worked on */
