@@ -1,8 +1,7 @@
-// Events, threads and timers against what stands below or beside them.
+// Events and threads against what stands below or beside them.
 #include <verrick/event.h>
 #include <verrick/tasks.h>
 #include <verrick/thread.h>
-#include <verrick/timers.h>
 
 #include <Poco/Event.h>
 #include <benchmark/benchmark.h>
@@ -158,25 +157,6 @@ void TaskDetachedPthread(benchmark::State& state) {
     }
 }
 BENCHMARK(TaskDetachedPthread)->Name("TaskDetached/pthread")->UseRealTime();
-
-class Silent : public ITimerListener {
-    void OnTimerExpired(unsigned int /*id*/) override {}
-};
-
-// With a thousand others pending; the goal is an absolute one, 20 us.
-void TimerCreateDestroy(benchmark::State& state) {
-    Silent listener;
-    DTimeManager* const timers = DTimeManager::GetInstance(0);
-    for (unsigned int id = 1; id <= 1000; ++id) {
-        timers->CreateRelativeTimer(&listener, id, 1000000 + static_cast<int>(id), 0, 0);
-    }
-    for (auto _ : state) {
-        timers->CreateRelativeTimer(&listener, 0, 1000500, 0, 0);
-        timers->Destroy(&listener, 0);
-    }
-    DTimeManager::DestroyInstance();
-}
-BENCHMARK(TimerCreateDestroy)->Name("TimerCreateDestroy/Verrick");
 
 } // namespace
 

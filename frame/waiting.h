@@ -14,6 +14,10 @@ constexpr unsigned int kRetryMs = 10;
 // How long the end of an event sleeps between two looks at the waiters that are still inside.
 constexpr unsigned int kDrainMs = 5;
 
+// How long the library waits for an application's callback that is under way. The callback may wait
+// for the very thread that waits for it, so the wait has a bound.
+constexpr int kStuckCallMs = 1000;
+
 // Counts the caller among the waiters of an event for a scope. The event's mutex is held at both
 // ends of the scope.
 //

@@ -5,7 +5,6 @@
 #include "frame/mutex.h"
 #include "frame/sleep.h"
 #include "frame/waiting.h"
-#include "handles/event_internals.h"
 #include <verrick/flat/frame.h>
 
 #include <cerrno>
@@ -22,11 +21,6 @@ using verrick::relaxed;
 
 XEvent* EventFromHandle(HANDLE handle) {
     return static_cast<XEvent*>(XHandleObject::ObjectFromHandle(handle, XEVENT_TYPE_TAG));
-}
-
-// For a handle that is known to be an event's.
-XEvent& EventAt(HANDLE handle) {
-    return *static_cast<XEvent*>(static_cast<XHandleObject*>(handle));
 }
 
 XSemaphore* SemaphoreFromHandle(HANDLE handle) {
@@ -201,36 +195,6 @@ HANDLE CreateEvent(void* /*attributes*/, int manualReset, int initialState,
 int SetEvent(HANDLE event) {
     XEvent* const object = EventFromHandle(event);
     return object != nullptr ? object->SetToSignaledState() : 0;
-}
-
-void verrick::EventInternals::SetUnlessSet(HANDLE event) {
-    XEvent& object = EventAt(event);
-    if (object.m_signaled.load(relaxed) == 0) {
-        object.XEvent::SetToSignaledState();
-    }
-}
-
-void verrick::EventInternals::Take(HANDLE event, int& state) {
-    XEvent& object = EventAt(event);
-    MutexLock lock(object.m_mutex);
-    while (state != kOffered && object.WaitHeld(INFINITE) == WAIT_OBJECT_0 && state == kTaken) {
-    }
-    state = kTaken;
-}
-
-void verrick::EventInternals::Free(HANDLE event, int& state) {
-    XEvent& object = EventAt(event);
-    MutexLock lock(object.m_mutex);
-    state = object.m_waiters.load(relaxed) > 0 ? kOffered : kFree;
-    object.SignalHeld();
-}
-
-unsigned long verrick::EventInternals::FreeAndWait(HANDLE lockEvent, int& state, HANDLE event,
-                                                   unsigned long timeoutMs) {
-    XEvent& object = EventAt(event);
-    MutexLock lock(object.m_mutex);
-    Free(lockEvent, state);
-    return object.WaitHeld(timeoutMs);
 }
 
 int PulseEvent(HANDLE event) {

@@ -8,7 +8,6 @@
 namespace {
 
 constexpr int kStopPollMs = 1;
-constexpr int kStuckCallbackMs = 1000;
 
 } // namespace
 
@@ -38,7 +37,7 @@ DWorkerThread::~DWorkerThread() {
     use.Forbid();
     m_stopEvent.Signal();
     m_workEvent.Signal();
-    if (DThread::WaitForThreadDeath(kStuckCallbackMs) != WAIT_RESULT_OK) {
+    if (DThread::WaitForThreadDeath(verrick::kStuckCallMs) != WAIT_RESULT_OK) {
         DThread::Kill();
     }
     use.WaitUntilUnused();

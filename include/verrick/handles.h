@@ -19,7 +19,7 @@
 #include <semaphore.h>
 
 namespace verrick {
-struct EventInternals; /* the library's own */
+struct EventLook; /* the library's own */
 }
 
 /** The type of an XEvent. */
@@ -66,7 +66,7 @@ public:
 private:
     friend int ::PulseEvent(HANDLE event);
     friend int ::ResetEvent(HANDLE event);
-    friend struct verrick::EventInternals;
+    friend struct verrick::EventLook;
 
     /* All of these under m_mutex. */
     unsigned long WaitHeld(unsigned long timeoutMs);

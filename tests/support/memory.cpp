@@ -1,11 +1,13 @@
 #include "tests/support/memory.h"
 
+#include <cerrno>
 #include <cstdlib>
 #include <new>
 
 void* operator new(std::size_t size) {
     void* const memory = MemoryShortage::left != 0 ? std::malloc(size) : nullptr;
     if (memory == nullptr) {
+        errno = ENOMEM; // as malloc leaves it
         throw std::bad_alloc();
     }
     MemoryShortage::left -= MemoryShortage::left > 0 ? 1 : 0;
@@ -20,12 +22,9 @@ void operator delete(void* memory, std::size_t) noexcept {
     std::free(memory);
 }
 
-// The forms for arrays as well: a sanitizer's own don't come here.
-void* operator new[](std::size_t size) {
-    return operator new(size);
-}
-
-void* operator new[](std::size_t size, std::nothrow_t const&) noexcept {
+// The standard library's other forms come to the two above. A sanitizer's own don't, so they are
+// replaced too.
+void* operator new(std::size_t size, std::nothrow_t const&) noexcept {
     try {
         return operator new(size);
     } catch (std::bad_alloc const&) {
@@ -33,10 +32,18 @@ void* operator new[](std::size_t size, std::nothrow_t const&) noexcept {
     }
 }
 
+void* operator new[](std::size_t size) {
+    return operator new(size);
+}
+
+void* operator new[](std::size_t size, std::nothrow_t const& tag) noexcept {
+    return operator new(size, tag);
+}
+
 void operator delete[](void* memory) noexcept {
-    std::free(memory);
+    operator delete(memory);
 }
 
 void operator delete[](void* memory, std::size_t) noexcept {
-    std::free(memory);
+    operator delete(memory);
 }

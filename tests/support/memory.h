@@ -11,3 +11,10 @@ struct MemoryShortage {
 
     static inline thread_local int left = -1; // negative: no shortage
 };
+
+// Returns what work returns while only the granted number of allocations is there.
+template<typename Work>
+auto WithMemoryFor(int granted, Work work) {
+    MemoryShortage const shortage(granted);
+    return work();
+}

@@ -1,5 +1,6 @@
 #include <verrick/rings.h>
 
+#include "frame/errno_kept.h"
 #include "handles/section.h"
 
 #include <algorithm>
@@ -7,52 +8,58 @@
 #include <memory>
 #include <new>
 
+#include <sys/single_threaded.h>
+
 namespace {
 
-// Holds a ring for a scope.
+constexpr int kNoRing = -1;
+
+// Holds the ring's lock for a scope. While the process has one thread there is nobody to keep out.
+// That can't change inside the scope, because the calls start no thread.
 class RingLock {
 public:
-    explicit RingLock(RingBuffer& ring) : m_section(ring.m_lock) {
-        verrick::EnterSection(m_section);
+    explicit RingLock(RingBuffer& ring)
+        : m_section(__libc_single_threaded != 0 ? nullptr : &ring.m_lock) {
+        if (m_section != nullptr) {
+            verrick::EnterSection(*m_section);
+        }
     }
-    ~RingLock() { verrick::LeaveSection(m_section); }
+    ~RingLock() {
+        if (m_section != nullptr) {
+            verrick::LeaveSection(*m_section);
+        }
+    }
     RingLock(RingLock const&) = delete;
     RingLock& operator=(RingLock const&) = delete;
 
 private:
-    CRITICAL_SECTION& m_section;
+    CRITICAL_SECTION* m_section;
 };
 
-// Walks an index through the ring's bytes: copy(at, done, piece) for the piece up to the end of the
-// store, and for what is left from its start on.
-template<typename Copy>
-void Transfer(RingBuffer const& ring, int& index, int amount, Copy copy) {
-    int const first = std::min(amount, ring.m_size - index);
-    if (first > 0) {
-        copy(ring.m_store + index, 0, static_cast<std::size_t>(first));
-        index += first;
-    }
-    if (index == ring.m_size) {
-        index = 0;
-    }
-    if (first < amount) {
-        int const rest = amount - first;
-        copy(ring.m_store + index, first, static_cast<std::size_t>(rest));
-        index += rest;
+// Rings often carry single bytes. Calling memcpy would cost more than such a copy.
+void Copy(char* to, char const* from, int nBytes) {
+    if (nBytes == 1) {
+        *to = *from;
+    } else if (nBytes > 0) {
+        std::memcpy(to, from, static_cast<std::size_t>(nBytes));
     }
 }
 
-// Gives what work gives under the lock of the ring, or none for a null ring.
+// The index that lies amount bytes after index.
+int Advance(RingBuffer const& ring, int index, int amount) {
+    int const toEnd = ring.m_size - index;
+    return amount < toEnd ? index + amount : amount - toEnd;
+}
+
+// Returns what work returns under the lock of the ring, or missing for a null ring.
 template<typename Work>
-int UnderLock(RingBuffer* ring, int none, Work work) {
+int UnderLock(RingBuffer* ring, int missing, Work work) {
     if (ring == nullptr) {
-        return none;
+        return missing;
     }
-    RingLock lock(*ring);
+    RingLock const lock(*ring);
     return work(*ring);
 }
-
-constexpr int kNoRing = -1;
 
 struct DeleteRing {
     void operator()(RingBuffer* ring) const { RingDelete(ring); }
@@ -61,6 +68,7 @@ struct DeleteRing {
 } // namespace
 
 RingBuffer* RingCreate(int size) try {
+    verrick::ErrnoKept const kept;
     if (size < 0) {
         return nullptr;
     }
@@ -83,21 +91,22 @@ void RingDelete(RingBuffer* ring) {
 }
 
 void RingFlush(RingBuffer* ring) {
-    if (ring == nullptr) {
-        return;
-    }
-    RingLock lock(*ring);
-    ring->m_getIndex = 0;
-    ring->m_putIndex = 0;
-    ring->m_count = 0;
+    UnderLock(ring, kNoRing, [](RingBuffer& held) {
+        held.m_getIndex = 0;
+        held.m_putIndex = 0;
+        held.m_count = 0;
+        return 0;
+    });
 }
 
+// Both transfers copy two pieces at most: up to the end of the store, and on from its start.
 int RingBufGet(RingBuffer* ring, char* buffer, int nBytes) {
     return UnderLock(ring, kNoRing, [buffer, nBytes](RingBuffer& held) {
         int const amount = std::clamp(nBytes, 0, held.m_count);
-        Transfer(held, held.m_getIndex, amount, [buffer](char const* at, int done, std::size_t n) {
-            std::memcpy(buffer + done, at, n);
-        });
+        int const first = std::min(amount, held.m_size - held.m_getIndex);
+        Copy(buffer, held.m_store + held.m_getIndex, first);
+        Copy(buffer + first, held.m_store, amount - first);
+        held.m_getIndex = Advance(held, held.m_getIndex, amount);
         held.m_count -= amount;
         return amount;
     });
@@ -106,9 +115,10 @@ int RingBufGet(RingBuffer* ring, char* buffer, int nBytes) {
 int RingBufPut(RingBuffer* ring, char const* buffer, int nBytes) {
     return UnderLock(ring, kNoRing, [buffer, nBytes](RingBuffer& held) {
         int const amount = std::clamp(nBytes, 0, held.m_size - held.m_count);
-        Transfer(held, held.m_putIndex, amount, [buffer](char* at, int done, std::size_t n) {
-            std::memcpy(at, buffer + done, n);
-        });
+        int const first = std::min(amount, held.m_size - held.m_putIndex);
+        Copy(held.m_store + held.m_putIndex, buffer, first);
+        Copy(held.m_store, buffer + first, amount - first);
+        held.m_putIndex = Advance(held, held.m_putIndex, amount);
         held.m_count += amount;
         return amount;
     });
