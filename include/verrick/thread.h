@@ -232,7 +232,7 @@ private:
     enum class State : unsigned char;
     struct VERRICK_INTERNAL Steps;
     class VERRICK_INTERNAL JoinTurn;
-    class ThreadScope;
+    class VERRICK_INTERNAL ThreadScope;
 
     /*
      * The atomic words change under m_deathMutex and are also read without it. They order no other

@@ -80,7 +80,7 @@ public:
     void Run() override;
 
 private:
-    struct Work;
+    struct VERRICK_INTERNAL Work;
     struct VERRICK_INTERNAL Steps;
 
     unsigned char m_data[255] VERRICK_GUARDED_BY(m_csWork); /* the newest block */
