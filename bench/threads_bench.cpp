@@ -1,10 +1,11 @@
-// Threads and timers against what stands below or beside them.
+// Threads against what stands below or beside them.
+#include <verrick/tasks.h>
 #include <verrick/thread.h>
-#include <verrick/timers.h>
 
 #include <benchmark/benchmark.h>
 
 #include <pthread.h>
+#include <semaphore.h>
 
 namespace {
 
@@ -33,24 +34,53 @@ void ThreadStartJoinPthread(benchmark::State& state) {
 }
 BENCHMARK(ThreadStartJoinPthread)->Name("ThreadStartJoin/pthread")->UseRealTime();
 
-class Silent : public ITimerListener {
-    void OnTimerExpired(unsigned int /*id*/) override {}
-};
-
-// With a thousand others pending; the goal is an absolute one, 20 us.
-void TimerCreateDestroy(benchmark::State& state) {
-    Silent listener;
-    DTimeManager* const timers = DTimeManager::GetInstance(0);
-    for (unsigned int id = 1; id <= 1000; ++id) {
-        timers->CreateRelativeTimer(&listener, id, 1000000 + static_cast<int>(id), 0, 0);
-    }
+// The same with a name for the system's tools, which every DThread has.
+void ThreadStartJoinNamed(benchmark::State& state) {
+    auto const entry = [](void* argument) {
+        pthread_setname_np(pthread_self(), "empty");
+        return argument;
+    };
     for (auto _ : state) {
-        timers->CreateRelativeTimer(&listener, 0, 1000500, 0, 0);
-        timers->Destroy(&listener, 0);
+        pthread_t thread{};
+        pthread_create(&thread, nullptr, entry, nullptr);
+        pthread_join(thread, nullptr);
     }
-    DTimeManager::DestroyInstance();
 }
-BENCHMARK(TimerCreateDestroy)->Name("TimerCreateDestroy/Verrick");
+BENCHMARK(ThreadStartJoinNamed)->Name("ThreadStartJoin/named_pthread")->UseRealTime();
+
+// A detached task that says when it is there.
+void RunTask(void* semaphore) {
+    sem_post(static_cast<sem_t*>(semaphore));
+}
+
+void TaskDetachedVerrick(benchmark::State& state) {
+    sem_t isThere;
+    sem_init(&isThere, 0, 0);
+    for (auto _ : state) {
+        ThreadSpawn(RunTask, &isThere, 0, 0, 0, 0);
+        sem_wait(&isThere);
+    }
+}
+BENCHMARK(TaskDetachedVerrick)->Name("TaskDetached/Verrick")->UseRealTime();
+
+void TaskDetachedPthread(benchmark::State& state) {
+    auto const entry = [](void* semaphore) -> void* {
+        RunTask(semaphore);
+        return nullptr;
+    };
+    sem_t isThere;
+    sem_init(&isThere, 0, 0);
+    for (auto _ : state) {
+        pthread_attr_t attributes;
+        pthread_attr_init(&attributes);
+        pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
+        pthread_t thread{};
+        pthread_create(&thread, &attributes, entry, &isThere);
+        pthread_attr_destroy(&attributes);
+        sem_wait(&isThere);
+    }
+}
+BENCHMARK(TaskDetachedPthread)->Name("TaskDetached/pthread")->UseRealTime();
 
 } // namespace
 

@@ -21,4 +21,8 @@ target_compile_options(Verrick PRIVATE -fno-semantic-interposition -fno-plt)
 verrick_warnings(Verrick)
 
 include(cmake/Exports.cmake)
-target_link_options(Verrick PRIVATE LINKER:-Bsymbolic-functions LINKER:-z,relro,-z,now)
+# The object stays loaded after dlclose: a detached thread may still be on its last instructions.
+target_link_options(Verrick PRIVATE
+    LINKER:-Bsymbolic-functions
+    LINKER:-z,relro,-z,now
+    LINKER:-z,nodelete)

@@ -10,32 +10,36 @@ target_sources(Verrick PRIVATE
     frame/sleep.cpp
     frame/version.cpp
 
+    threads/listener_call.cpp
+    threads/object_use.cpp
+    threads/run_lookup.cpp
     threads/scheduling.cpp
+    threads/signals.cpp
     threads/tasks.cpp
     threads/thread.cpp
-    threads/thread_control.cpp
     threads/thread_impl.cpp
     threads/time_manager.cpp
+    threads/time_manager_impl.cpp
     threads/time_primitives.cpp
     threads/timer_dispatch.cpp
-    threads/timer_engine.cpp
+    threads/timer_index.cpp
     threads/worker_thread.cpp
 
     ini/conversion.cpp
-    ini/file_move.cpp
     ini/ini.cpp
-    ini/ini_editor.cpp
-    ini/ini_reader.cpp
+    ini/ini_file.cpp
+    ini/ini_impl.cpp
     ini/ini_scan.cpp
     ini/line_scanner.cpp
     ini/profile.cpp
 
+    files/entry_fields.cpp
     files/file.cpp
     files/libraries.cpp
     files/listing.cpp
     files/paths.cpp
     files/search.cpp
-    files/status.cpp
+    files/stat.cpp
 
     handles/flat_critical_section.cpp
     handles/handles.cpp
@@ -44,18 +48,17 @@ target_sources(Verrick PRIVATE
     queues/rings.cpp
     queues/waiting_sides.cpp
 
-    strings/compare.cpp
     strings/debug.cpp
     strings/printing.cpp
+    strings/strings.cpp
     strings/text_conversion.cpp
-    strings/trim.cpp
-    strings/wide.cpp
 )
 
-# On a 32-bit target the files and directories are those of any size and date, and the calls that
-# these sources make for them are libc's own for such records. files/status.cpp stays without: it
-# exports the target's plain stat and fstat.
+# These sources handle files and directories of any size and date on a 32-bit target too. Their calls
+# are libc's own for such records. files/stat.cpp stays without the definitions, because it exports
+# the target's plain stat and fstat.
 set_source_files_properties(
+    files/entry_fields.cpp
     files/file.cpp
     files/listing.cpp
     files/search.cpp

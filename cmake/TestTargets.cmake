@@ -14,7 +14,7 @@ if(CMAKE_CROSSCOMPILING AND CMAKE_CXX_BYTE_ORDER STREQUAL "BIG_ENDIAN")
     set(verrick_test_environment LOCPATH=${locale_folder})
 endif()
 
-# tests/exceptions.txt names, for each target and for memcheck, what can't run there. These tests are
+# tests/exceptions.txt names, for each target, memcheck and tsan, what can't run there. These tests are
 # registered all the same, and ctest's summary names them as disabled.
 set(runner "")
 if(CMAKE_CROSSCOMPILING)

@@ -7,9 +7,10 @@
 
 namespace {
 
-// The fopen mode behind each value of the mode bits; null where the combination isn't accepted.
-constexpr char const* kStreamModes[] = {nullptr, "rb",  "a+b",   "a+b",   nullptr, nullptr,
-                                        "wb",    "w+b", nullptr, nullptr, "ab",    "a+b"};
+// The fopen mode for each value of the mode bits, null where the combination isn't accepted. The
+// "e" keeps the file from programs that the application starts.
+constexpr char const* kStreamModes[] = {nullptr, "rbe",  "a+be",  "a+be",  nullptr, nullptr,
+                                        "wbe",   "w+be", nullptr, nullptr, "abe",   "a+be"};
 
 constexpr int kWhence[] = {SEEK_SET, SEEK_CUR, SEEK_END}; // by IFile::origin_t
 
@@ -24,13 +25,13 @@ FileStatus StatusOfOpenError(int error) {
     }
 }
 
-// The stream's position; 0 where there is none, or none that an int can hold.
+// Returns the stream's position. Returns 0 if there is none, or none that an int can hold.
 int Tell(std::FILE* stream) {
     long const position = std::ftell(stream);
     return position > 0 && std::in_range<int>(position) ? static_cast<int>(position) : 0;
 }
 
-// The stream is the object's own, so its lock guards nothing.
+// The object is the stream's only user, so this needs no lock.
 FileStatus StatusOfTransfer(std::FILE* stream) {
     return ferror_unlocked(stream) != 0 ? FILE_STATUS_FAILED : FILE_STATUS_OK;
 }
@@ -61,7 +62,7 @@ FileStatus DFile::Open(char const* path, unsigned int mode) {
     if (m_stream == nullptr) {
         return StatusOfOpenError(errno);
     }
-    // An appending stream may start anywhere; these two read from the start.
+    // libc doesn't say where an appending stream starts. These two modes read from the start.
     if (mode == FILE_MODE_WRITE || mode == (FILE_MODE_READ | FILE_MODE_WRITE)) {
         std::fseek(m_stream, 0, SEEK_SET);
     }
@@ -77,7 +78,7 @@ void DFile::Close() {
     std::memset(m_name, 0, sizeof m_name);
 }
 
-// The end of the file comes before the error: a stream may carry the mark of an old error as well.
+// The end of the file is tested first, because the stream may still have the mark of an old error.
 FileStatus DFile::Read(void* buffer, unsigned int count, unsigned int* countDone) {
     if (m_stream == nullptr) {
         return FILE_STATUS_NOT_FOUND;

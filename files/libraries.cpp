@@ -4,24 +4,17 @@
 #include "frame/limits.h"
 #include "frame/relaxed.h"
 #include "strings/text_conversion.h"
-#include <verrick/critical_section.h>
 
 #include <cstdio>
-#include <cstring>
-#include <cwchar>
 #include <dlfcn.h>
 #include <memory>
 
-namespace {
+// This file takes no lock, because the loader has one of its own. The loader keeps it while it runs
+// a plug-in's constructors and destructors, and these may come back to this file. With a second
+// lock here, two threads could each hold one of the two and wait for the other.
 
 using verrick::kPathElements;
 using verrick::relaxed;
-
-// Held for dlclose and dlsym, and for the message of a failed unload. Nothing else is taken under
-// it, except by a library's destructors.
-DCriticalSection m_csDynamicLibrary;
-
-} // namespace
 
 IDynamicLibrary::IDynamicLibrary() = default;
 IDynamicLibrary::~IDynamicLibrary() = default;
@@ -78,7 +71,6 @@ void DDynamicLibraryImpl::Unload() {
     if (handle == nullptr) {
         return;
     }
-    DMonitor monitor(m_csDynamicLibrary);
     if (dlclose(handle) == 0) {
         m_handle.store(nullptr, relaxed);
     } else {
@@ -95,7 +87,6 @@ void* DDynamicLibraryImpl::GetProcedureByName(wchar_t const* procName) const {
     if (handle == nullptr) {
         return nullptr;
     }
-    DMonitor monitor(m_csDynamicLibrary);
     char name[kPathElements];
     return verrick::NarrowName(name, sizeof name, procName) ? dlsym(handle, name) : nullptr;
 }

@@ -1,34 +1,40 @@
 #include <verrick/listing.h>
 
-#include "files/entry_status.h"
+#include "files/entry_fields.h"
+#include "files/full_filename.h"
 #include "frame/facade.h"
 #include "frame/limits.h"
 #include "strings/text_conversion.h"
-#include <verrick/paths.h>
 
+#include <cerrno>
 #include <cstring>
-#include <cwchar>
 #include <cwctype>
 #include <iterator>
 #include <new>
 
 namespace {
 
-constexpr std::size_t kPathBytes = verrick::kListingPathElements;
+constexpr std::size_t kPathElements = verrick::kListingPathElements;
 
 std::wint_t Fold(char c) {
     return std::towupper(static_cast<unsigned char>(c));
 }
 
-// Joins name to the first prefixLength bytes of entryPath and gets its status. False if the joined
-// name doesn't fit or has no status.
-bool EntryStatus(char* entryPath, std::size_t prefixLength, char const* name, struct stat& status) {
-    std::size_t const size = std::strlen(name) + 1;
-    if (size > kPathBytes - prefixLength) {
+bool IsSame(char first, char second) {
+    return first == second || Fold(first) == Fold(second);
+}
+
+// Returns false, and stores nothing, if the record has no room for the name.
+bool StoreEntry(DFileInfo& info, DIR* directory, char const* name) {
+    if (std::strlen(name) >= std::size(info.name)) {
         return false;
     }
-    std::memcpy(entryPath + prefixLength, name, size);
-    return stat(entryPath, &status) == 0;
+    verrick::WidenUpToFault(info.name, std::size(info.name), name);
+    verrick::EntryFields const fields = verrick::ReadEntryFields(directory, name);
+    info.time = fields.writeTime;
+    info.size = fields.size;
+    info.isDirectory = fields.isDirectory;
+    return true;
 }
 
 } // namespace
@@ -54,9 +60,17 @@ wchar_t const* DDirList::GetFullPath() {
     return verrick::ForwardOr(nullptr, m_impl, &IDirList::GetFullPath);
 }
 
+// The steps of FindFirst. Each returns false if the search ends there. They aren't exported with
+// the class.
+struct [[gnu::visibility("hidden")]] DDirListImpl::Steps {
+    static bool Allocate(DDirListImpl & list);
+    static bool TakePath(DDirListImpl & list, wchar_t const* path);
+    static bool SplitPath(DDirListImpl & list);
+    static bool OpenDirectory(DDirListImpl & list);
+};
+
 DDirListImpl::DDirListImpl()
-    : m_dir(nullptr), m_pattern(nullptr), m_dirPath(nullptr), m_entryPath(nullptr),
-      m_prefixLength(0) {
+    : m_dir(nullptr), m_pattern(nullptr), m_dirPath(nullptr), m_entryPath(nullptr) {
     m_widePath[0] = L'\0';
 }
 
@@ -66,78 +80,73 @@ DDirListImpl::~DDirListImpl() {
 
 bool DDirListImpl::FindFirst(wchar_t const* path, DFileInfo* info) {
     Close();
-    m_entryPath = new (std::nothrow) char[kPathBytes];
-    m_dirPath = m_entryPath != nullptr ? new (std::nothrow) char[kPathBytes] : nullptr;
-    return m_dirPath != nullptr && TakePath(path) && SplitPath() && OpenDirectory() &&
-           FindNext(info);
+    return Steps::Allocate(*this) && Steps::TakePath(*this, path) && Steps::SplitPath(*this) &&
+           Steps::OpenDirectory(*this) && FindNext(info);
 }
 
-// GetFullFilename cuts what doesn't fit, so it gets one element more than a path may take.
-bool DDirListImpl::TakePath(wchar_t const* path) {
-    m_dirPath[0] = '\0';
-    wchar_t full[kPathBytes + 1];
-    full[0] = L'\0';
-    GetFullFilename(path, full, kPathBytes + 1);
-    bool const taken = verrick::NarrowName(m_dirPath, kPathBytes, full);
-    if (!taken) {
-        m_dirPath[0] = '\0'; // may hold the part ahead of a fault
-    }
-    return taken;
-}
-
-bool DDirListImpl::SplitPath() {
-    char* const slash = std::strrchr(m_dirPath, '/');
-    if (slash == nullptr) {
+bool DDirListImpl::Steps::Allocate(DDirListImpl& list) {
+    list.m_entryPath = new (std::nothrow) char[kPathElements];
+    if (list.m_entryPath == nullptr) {
         return false;
     }
-    *slash = '\0';
+    list.m_dirPath = new (std::nothrow) char[kPathElements];
+    if (list.m_dirPath == nullptr) {
+        return false;
+    }
+    list.m_dirPath[0] = '\0';
+    return true;
+}
+
+// Stores the whole path in m_entryPath. What doesn't fit is cut, first in wide characters and then
+// in bytes.
+bool DDirListImpl::Steps::TakePath(DDirListImpl& list, wchar_t const* path) {
+    wchar_t full[kPathElements];
+    return path != nullptr && verrick::MakeFullFilename(path, full, kPathElements) &&
+           verrick::Narrow(list.m_entryPath, kPathElements, full).converted;
+}
+
+// There is a slash, because the path is absolute.
+bool DDirListImpl::Steps::SplitPath(DDirListImpl& list) {
+    char const* const slash = std::strrchr(list.m_entryPath, '/');
+    auto const directoryLength = static_cast<std::size_t>(slash - list.m_entryPath);
+    std::memcpy(list.m_dirPath, list.m_entryPath, directoryLength);
+    list.m_dirPath[directoryLength] = '\0';
+
     char const* const pattern = slash + 1;
     if (std::strcmp(pattern, "*.*") == 0 || std::strcmp(pattern, "*") == 0) {
         return true;
     }
     std::size_t const size = std::strlen(pattern) + 1;
-    m_pattern = new (std::nothrow) char[size];
-    if (m_pattern == nullptr) {
+    list.m_pattern = new (std::nothrow) char[size];
+    if (list.m_pattern == nullptr) {
         return false;
     }
-    std::memcpy(m_pattern, pattern, size);
+    std::memcpy(list.m_pattern, pattern, size);
     return true;
 }
 
-bool DDirListImpl::OpenDirectory() {
-    m_dir = opendir(m_dirPath);
-    if (m_dir == nullptr) {
-        return false;
-    }
-    std::size_t const length = std::strlen(m_dirPath);
-    std::memcpy(m_entryPath, m_dirPath, length);
-    m_entryPath[length] = '/';
-    m_prefixLength = static_cast<unsigned int>(length + 1);
-    return true;
+bool DDirListImpl::Steps::OpenDirectory(DDirListImpl& list) {
+    list.m_dir = opendir(list.m_dirPath);
+    return list.m_dir != nullptr;
 }
 
+// errno tells an error from the end: only readdir's own failure changes it.
 bool DDirListImpl::FindNext(DFileInfo* info) {
     if (m_dir == nullptr) {
         return false;
     }
-    dirent const* entry = nullptr;
-    do {
-        entry = readdir(m_dir);
-        if (entry == nullptr) {
-            return false;
+    int const errnoBefore = errno;
+    while (dirent const* const entry = readdir(m_dir)) {
+        if (WildCardMatch(m_pattern, entry->d_name) != 0 &&
+            StoreEntry(*info, m_dir, entry->d_name)) {
+            errno = errnoBefore;
+            return true;
         }
-    } while (WildCardMatch(m_pattern, entry->d_name) == 0);
-
-    verrick::WidenUpToFault(info->name, std::size(info->name), entry->d_name);
-    struct stat status;
-    bool const known = EntryStatus(m_entryPath, m_prefixLength, entry->d_name, status);
-    info->time = known ? verrick::TimeWord(status.st_mtime) : 0;
-    info->size = known ? verrick::SizeWord(status.st_size) : 0;
-    info->isDirectory = known && S_ISDIR(status.st_mode);
-    return true;
+    }
+    return false;
 }
 
-// The directory is at most 4095 bytes long, for a slash behind it is gone.
+// The directory has at most 4095 bytes, because the slash after it is cut off.
 wchar_t const* DDirListImpl::GetFullPath() {
     if (m_dirPath != nullptr) {
         verrick::WidenUpToFault(m_widePath, std::size(m_widePath), m_dirPath);
@@ -158,27 +167,27 @@ void DDirListImpl::Close() {
     m_entryPath = nullptr;
 }
 
-// The flat WildCardMatch walks the same steps, but folds bytes above 127 in another way and takes a
-// null name; neither is built on the other.
+// The flat WildCardMatch takes the same steps. But it folds bytes above 127 in another way and
+// takes a null name. So neither is built on the other.
 int DDirListImpl::WildCardMatch(char const* pattern, char const* name) {
     if (pattern == nullptr || std::strcmp(pattern, "*") == 0) {
         return 1;
     }
-    std::wint_t here = Fold(*name);
     for (; *name != '\0'; ++name) {
-        std::wint_t const next = Fold(name[1]);
         if (*pattern == '*') {
             if (*name == '.') {
                 return 0;
             }
-            std::wint_t const behind = Fold(pattern[1]);
-            pattern += behind == next ? 1 : behind == here ? 2 : 0;
-        } else if (*pattern == '?' || Fold(*pattern) == here) {
+            if (IsSame(pattern[1], name[1])) {
+                pattern += 1;
+            } else if (IsSame(pattern[1], name[0])) {
+                pattern += 2;
+            }
+        } else if (*pattern == '?' || IsSame(*pattern, *name)) {
             ++pattern;
         } else {
             return 0;
         }
-        here = next;
     }
     return *pattern == '\0' || std::strcmp(pattern, "*") == 0 ? 1 : 0;
 }

@@ -1,6 +1,7 @@
 #include <verrick/search.h>
 
-#include "files/entry_status.h"
+#include "files/entry_fields.h"
+#include "frame/limits.h"
 
 #include <algorithm>
 #include <cctype>
@@ -10,7 +11,7 @@
 #include <new>
 #include <unistd.h>
 
-static_assert(sizeof FindData::name == sizeof dirent::d_name, "a record holds every entry's name");
+static_assert(sizeof FindData::name == verrick::kPathElements, "a record holds any name");
 
 namespace {
 
@@ -46,7 +47,7 @@ bool CopyText(xDirStruct& search, char const* spec) {
     return true;
 }
 
-// The whole text is the pattern: it moves behind the name of the current directory, if both fit.
+// The whole text is the pattern. It moves after the name of the current directory, if both fit.
 bool TakeCurrentDirectory(xDirStruct& search) {
     std::size_t const patternSize = std::strlen(search.m_path) + 1;
     std::memcpy(search.m_fullName, search.m_path, patternSize);
@@ -62,7 +63,7 @@ bool TakeCurrentDirectory(xDirStruct& search) {
     return true;
 }
 
-// Splits m_path into directory and pattern. A slash that ends the text goes first, so that the
+// Splits m_path into directory and pattern. A slash that ends the text goes first. Then the
 // component before it is the pattern.
 bool SplitText(xDirStruct& search) {
     char* slash = std::strrchr(search.m_path, '/');
@@ -78,53 +79,40 @@ bool SplitText(xDirStruct& search) {
     return true;
 }
 
-// A directory whose name leaves no room for the slash still counts it, so that no entry fits.
 bool OpenDirectory(xDirStruct& search) {
     search.m_dir = opendir(search.m_path);
-    if (search.m_dir == nullptr) {
+    return search.m_dir != nullptr;
+}
+
+// Returns false, and stores nothing, if the record has no room for the name.
+bool StoreEntry(FindData& data, DIR* directory, char const* name) {
+    std::size_t const size = std::strlen(name) + 1;
+    if (size > sizeof data.name) {
         return false;
     }
-    std::size_t const length = std::strlen(search.m_path);
-    search.m_prefixLength = static_cast<unsigned int>(length + 1);
-    if (search.m_prefixLength < sizeof search.m_fullName) {
-        std::memcpy(search.m_fullName, search.m_path, length);
-        search.m_fullName[length] = '/';
-    }
+    std::memcpy(data.name, name, size);
+    verrick::EntryFields const fields = verrick::ReadEntryFields(directory, name);
+    data.createTime = fields.changeTime;
+    data.accessTime = fields.accessTime;
+    data.writeTime = fields.writeTime;
+    data.size = fields.size;
     return true;
 }
 
-// All zero if the joined name doesn't fit or has no status.
-struct stat StatusOf(xDirStruct& search, char const* name, std::size_t length) {
-    struct stat status;
-    if (search.m_prefixLength + length < sizeof search.m_fullName) {
-        std::memcpy(search.m_fullName + search.m_prefixLength, name, length + 1);
-        if (stat(search.m_fullName, &status) == 0) {
-            return status;
-        }
-    }
-    return {};
-}
-
-void Fill(FindData& data, xDirStruct& search, char const* name) {
-    std::size_t const length = std::strlen(name);
-    std::size_t const kept = std::min(length, sizeof data.name - 1);
-    std::memcpy(data.name, name, kept);
-    data.name[kept] = '\0';
-
-    struct stat const status = StatusOf(search, name, length);
-    data.createTime = verrick::TimeWord(status.st_ctime);
-    data.accessTime = verrick::TimeWord(status.st_atime);
-    data.writeTime = verrick::TimeWord(status.st_mtime);
-    data.size = verrick::SizeWord(status.st_size);
-}
-
-// False if there are no more.
+// Returns false at the end with errno ENOENT, and after a failed read with the system's errno. On
+// true errno is as it was.
 bool TakeNext(xDirStruct& search, FindData* data) {
+    int const errnoBefore = errno;
+    errno = 0; // readdir sets it for an error only
     while (dirent const* const entry = readdir(search.m_dir)) {
-        if (WildCardMatch(search.m_pattern, entry->d_name) != 0) {
-            Fill(*data, search, entry->d_name);
+        if (WildCardMatch(search.m_pattern, entry->d_name) != 0 &&
+            StoreEntry(*data, search.m_dir, entry->d_name)) {
+            errno = errnoBefore;
             return true;
         }
+    }
+    if (errno == 0) {
+        errno = ENOENT;
     }
     return false;
 }
@@ -133,14 +121,18 @@ int Fold(char c) {
     return std::toupper(static_cast<unsigned char>(c));
 }
 
+bool IsSame(char first, char second) {
+    return first == second || Fold(first) == Fold(second);
+}
+
 } // namespace
 
-xDirStruct::xDirStruct() : m_dir(nullptr), m_pattern(nullptr), m_prefixLength(0) {
+xDirStruct::xDirStruct() : m_dir(nullptr), m_pattern(nullptr) {
     m_path[0] = '\0';
     m_fullName[0] = '\0';
 }
 
-// errno comes last: closing and releasing may change it.
+// errno is set last, because closing and releasing may change it.
 long _findfirst(char const* spec, FindData* data) {
     OwnedSearch search(new (std::nothrow) xDirStruct);
     if (search == nullptr) {
@@ -159,7 +151,7 @@ int _findnext(long handle, FindData* data) {
     if (handle == kNoSearch || SearchOf(handle)->m_dir == nullptr) {
         return Fail(ENOENT);
     }
-    return TakeNext(*SearchOf(handle), data) ? 0 : Fail(ENOENT);
+    return TakeNext(*SearchOf(handle), data) ? 0 : -1;
 }
 
 int _findclose(long handle) {
@@ -170,8 +162,8 @@ int _findclose(long handle) {
     return 0;
 }
 
-// DDirListImpl::WildCardMatch walks the same steps, but folds bytes above 127 in another way and
-// takes no null name; neither is built on the other.
+// DDirListImpl::WildCardMatch takes the same steps. But it folds bytes above 127 in another way and
+// takes no null name. So neither is built on the other.
 int WildCardMatch(char const* pattern, char const* name) {
     if (pattern == nullptr || std::strcmp(pattern, "*") == 0) {
         return 1;
@@ -181,13 +173,12 @@ int WildCardMatch(char const* pattern, char const* name) {
             if (*name == '.') {
                 return 0;
             }
-            int const behind = Fold(pattern[1]);
-            if (behind == Fold(name[1])) {
+            if (IsSame(pattern[1], name[1])) {
                 pattern += 1;
-            } else if (behind == Fold(name[0])) {
+            } else if (IsSame(pattern[1], name[0])) {
                 pattern += 2;
             }
-        } else if (*pattern == '?' || Fold(*pattern) == Fold(*name)) {
+        } else if (*pattern == '?' || IsSame(*pattern, *name)) {
             ++pattern;
         } else {
             return 0;

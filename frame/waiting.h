@@ -17,4 +17,8 @@ constexpr unsigned int kDrainMs = 5;
 // How often the end of an event yields to a thread that has just woken it, before it sleeps.
 constexpr int kDrainYields = 20;
 
+// How long the library waits for an application's callback that is under way. The callback may wait
+// for the very thread that waits for it, so the wait has a bound.
+constexpr int kStuckCallMs = 1000;
+
 } // namespace verrick

@@ -4,99 +4,120 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
+#include <fcntl.h>
+#include <new>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace verrick {
-namespace {
 
-bool IsBlank(char byte) {
-    return byte == ' ' || (byte >= '\t' && byte <= '\r');
-}
-
-// A pipe has no offsets: what it still holds is read instead.
-ssize_t ReadAt(int descriptor, char* buffer, std::size_t size, long offset) {
-    ssize_t const got = pread(descriptor, buffer, size, offset);
-    return got < 0 && errno == ESPIPE ? read(descriptor, buffer, size) : got;
-}
-
-} // namespace
-
-// The block needs no initial value: nothing of it is looked at before it was filled.
+// The first block needs no initial value, because nothing is read from it before it is filled.
 // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init)
-LineScanner::LineScanner(int descriptor, long start)
-    : m_descriptor(descriptor), m_offset(start), m_start(start), m_end(start) {}
+LineScanner::LineScanner(int descriptor, long start) : m_descriptor(descriptor), m_offset(start) {}
 
-bool LineScanner::Next() {
-    m_start = m_end;
+bool LineScanner::NextAcrossBlocks() {
     m_line = m_next;
-    bool longerThanBlock = false;
-    std::size_t searched = m_line;
-    for (;;) {
-        auto const* const lineFeed =
-            static_cast<char const*>(std::memchr(m_block + searched, '\n', m_filled - searched));
-        bool const found = lineFeed != nullptr;
-        if (!found) {
-            longerThanBlock |= m_line == 0 && m_filled == kBlockSize;
-            MakeRoom();
-            searched = m_filled;
-            if (Fill()) {
-                continue;
-            }
+    m_droppedBytes = 0;
+    char* lineFeed = nullptr;
+    while (lineFeed == nullptr && MakeRoom()) {
+        char* const unsearched = m_filled;
+        if (!Fill()) {
+            break;
         }
-        m_textEnd = found ? static_cast<std::size_t>(lineFeed - m_block) : m_filled;
-        m_next = found ? m_textEnd + 1 : m_filled;
-        m_end = m_offset - static_cast<long>(m_filled - m_next);
-        if (longerThanBlock) {
-            m_textEnd = kLineElements;
-        } else if (found && m_textEnd > m_line && m_block[m_textEnd - 1] == '\r') {
-            --m_textEnd;
-        }
-        return m_end > m_start;
+        lineFeed = static_cast<char*>(
+            std::memchr(unsearched, '\n', static_cast<std::size_t>(m_filled - unsearched)));
     }
+    m_textEnd = lineFeed != nullptr ? lineFeed : m_filled;
+    m_next = lineFeed != nullptr ? lineFeed + 1 : m_filled;
+    bool const isLine = m_next > m_line;
+    if (m_droppedBytes > 0) {
+        m_textEnd = m_line + kLineElements;
+    }
+    return isLine;
 }
 
-// Drops the lines that were taken, or else the middle of a line that is longer than the block.
-void LineScanner::MakeRoom() {
-    if (m_line > 0) {
-        m_filled -= m_line;
-        std::memmove(m_block, m_block + m_line, m_filled);
-        m_line = 0;
-    } else if (m_filled == kBlockSize) {
-        m_filled = kLineElements;
+// Makes room in a full block: drops the lines that were taken, or the middle of a line that fills
+// the block. Returns false if the file ends here all the same.
+bool LineScanner::MakeRoom() {
+    if (m_filled != m_blockEnd) {
+        return true;
+    }
+    if (m_block == m_firstBlock) {
+        if (!MayReadOn()) {
+            return false;
+        }
+        UseLargeBlock();
+    }
+    std::ptrdiff_t kept = m_filled - m_line;
+    if (m_line != m_block) {
+        std::memmove(m_block, m_line, static_cast<std::size_t>(kept));
+    } else if (m_filled == m_blockEnd) {
+        m_droppedBytes += static_cast<long>(kept - static_cast<std::ptrdiff_t>(kLineElements));
+        kept = kLineElements;
+    }
+    m_line = m_block;
+    m_filled = m_block + kept;
+    return true;
+}
+
+// A device may deliver bytes for ever, and then a scan would never end.
+bool LineScanner::MayReadOn() const {
+    struct stat status {};
+    return m_isPipe || (fstat(m_descriptor, &status) == 0 && S_ISREG(status.st_mode));
+}
+
+// Without the memory for it, the small block has to do.
+void LineScanner::UseLargeBlock() {
+    m_largeBlock.reset(new (std::nothrow) char[kLargeBlockBytes + 1]);
+    if (m_largeBlock == nullptr) {
+        return;
+    }
+    auto const kept = m_filled - m_line;
+    std::memcpy(m_largeBlock.get(), m_line, static_cast<std::size_t>(kept));
+    m_block = m_largeBlock.get();
+    m_blockEnd = m_block + kLargeBlockBytes;
+    m_line = m_block;
+    m_filled = m_block + kept;
+}
+
+// Reads what comes next. An interrupted read is made again.
+ssize_t LineScanner::Read(char* buffer, std::size_t size) {
+    for (;;) {
+        ssize_t const got = m_isPipe ? read(m_descriptor, buffer, size)
+                                     : pread(m_descriptor, buffer, size, m_offset);
+        if (got < 0 && errno == ESPIPE && !m_isPipe) {
+            m_isPipe = true;
+            fcntl(m_descriptor, F_SETFL, 0); // blocks from now on: the writer may still send
+        } else if (got >= 0 || errno != EINTR) {
+            return got;
+        }
     }
 }
 
 bool LineScanner::Fill() {
-    ssize_t const got = ReadAt(m_descriptor, m_block + m_filled, kBlockSize - m_filled, m_offset);
+    ssize_t const got = Read(m_filled, static_cast<std::size_t>(m_blockEnd - m_filled));
     if (got <= 0) {
         m_failed |= got < 0;
         return false;
     }
-    m_filled += static_cast<std::size_t>(got);
+    m_filled += got;
     m_offset += static_cast<long>(got);
     return true;
 }
 
-std::size_t LineScanner::Seen() const {
-    return std::min(m_textEnd - m_line, kLineElements - 1);
+char const* LineScanner::TextEnd() const {
+    char const* end = m_textEnd;
+    bool const hasLineFeed = m_next > m_textEnd;
+    if (hasLineFeed && end > m_line && end[-1] == '\r') {
+        --end;
+    }
+    return std::min(end, static_cast<char const*>(m_line + kLineElements - 1));
 }
 
-unsigned char LineScanner::FirstByte() const {
-    char const* const end = m_block + m_line + Seen();
-    char const* const first = std::find_if_not(m_block + m_line, end, IsBlank);
-    return first != end ? static_cast<unsigned char>(*first) : 0;
-}
-
-bool LineScanner::MayHold(char character) const {
-    return std::memchr(m_block + m_line, character, Seen()) != nullptr;
-}
-
-// The terminator falls on the line's own end, or on bytes of it that nobody looks at any more.
+// The terminator falls on the line's own end, or on bytes that nobody looks at any more.
 void LineScanner::Widen(wchar_t* buffer) {
-    char* const text = m_block + m_line;
-    text[Seen()] = '\0';
-    WidenUpToFault(buffer, kLineElements, text);
+    m_line[TextEnd() - m_line] = '\0';
+    WidenUpToFault(buffer, kLineElements, m_line);
 }
 
 } // namespace verrick

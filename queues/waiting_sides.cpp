@@ -5,11 +5,18 @@
 #include <verrick/flat/handles.h>
 
 #include <cerrno>
+#include <limits>
 
 namespace verrick {
+namespace {
+
+// The deadline of a call that waits for ever.
+constexpr timespec kNever = {std::numeric_limits<time_t>::max(), 0};
+
+} // namespace
 
 WaitingCall::WaitingCall(Side side, std::uint32_t timeoutMs)
-    : m_post(), m_side(side), m_timeoutMs(timeoutMs) {
+    : m_post(), m_side(side), m_timeoutMs(timeoutMs), m_deadline(kNever) {
     sem_init(&m_post, 0, 0);
 }
 
@@ -26,23 +33,20 @@ void WaitingCall::StartTime() {
     }
 }
 
-// A signal handler doesn't end the wait.
-void WaitingCall::TakePost(timespec const* deadline) {
+// A signal handler doesn't end the wait. The call is sem_clockwait because thread sanitizers lose
+// track of the locks of a thread that is cancelled in sem_wait or sem_timedwait.
+void WaitingCall::Sleep(timespec const& deadline) {
     ErrnoKept const kept;
     int result = 0;
     do {
-        result = deadline == nullptr ? sem_wait(&m_post) : sem_timedwait(&m_post, deadline);
+        result = sem_clockwait(&m_post, CLOCK_REALTIME, &deadline);
     } while (result != 0 && errno == EINTR);
     m_hasPost = result == 0;
 }
 
-void WaitingCall::Sleep(timespec const& deadline) {
-    TakePost(m_timeoutMs == INFINITE ? nullptr : &deadline);
-}
-
 void WaitingCall::AwaitPost() {
     if (!m_hasPost) {
-        TakePost(nullptr);
+        Sleep(kNever);
     }
 }
 

@@ -46,7 +46,7 @@ public:
     // Whether it was woken since it was last listed. The post may still be to come.
     bool IsWoken() const { return m_isWoken; }
 
-    // When its time runs out. A call that waits for ever has no deadline.
+    // When its time runs out.
     timespec Deadline() const { return m_deadline; }
 
     // Blocks until the post or the deadline. Is a cancellation point. Leaves errno alone.
@@ -62,12 +62,11 @@ private:
     friend class WaitingSides;
 
     void StartTime();
-    void TakePost(timespec const* deadline);
 
     sem_t m_post;
     Side const m_side;
     std::uint32_t const m_timeoutMs;
-    timespec m_deadline{};
+    timespec m_deadline;
     bool m_isWoken = false;
     bool m_hasPost = false; // it came and was taken; belongs to the waiting thread
 };

@@ -4,6 +4,9 @@
 #include <cstdio>
 
 int DbgMsg(char const* format, ...) {
+    if (format == nullptr) {
+        return -1;
+    }
     char text[256];
     va_list arguments;
     va_start(arguments, format);

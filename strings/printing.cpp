@@ -10,25 +10,27 @@ namespace {
 constexpr std::size_t kDestinationElements = 512;
 constexpr std::size_t kFormatElements = 4096;
 
-// A percent sign behind an odd number of others is the second half of a doubled one.
-bool IsDoubled(wchar_t const* percent, wchar_t const* format) {
-    wchar_t const* first = percent;
-    while (first > format && first[-1] == L'%') {
-        --first;
+// What may stand between the percent sign of a conversion and its letter.
+constexpr wchar_t kFlagsWidthAndSize[] = L"-+ #0'I123456789*.$hlLqjztZ";
+
+// Returns the next "%s" in text, or null if there is none. In "%%s" the percent sign is the second
+// half of a doubled one, so that is no hit.
+//
+// "%-%" also prints a percent sign, but it isn't a plain doubled one. An s after it makes a hit.
+wchar_t const* FindWideConversion(wchar_t const* text) {
+    wchar_t const* percent = std::wcschr(text, L'%');
+    while (percent != nullptr && percent[1] != L's') {
+        wchar_t const* const letter = percent + 1 + std::wcsspn(percent + 1, kFlagsWidthAndSize);
+        bool const plain = letter == percent + 1;
+        if (*letter == L'%' && letter[1] == L's' && !plain) {
+            return letter;
+        }
+        percent = *letter != L'\0' ? std::wcschr(letter + 1, L'%') : nullptr;
     }
-    return (percent - first) % 2 != 0;
+    return percent;
 }
 
-// The next plain "%s" at from or behind it; null if there is none.
-wchar_t const* FindWideConversion(wchar_t const* from, wchar_t const* format) {
-    wchar_t const* hit = std::wcsstr(from, L"%s");
-    while (hit != nullptr && IsDoubled(hit, format)) {
-        hit = std::wcsstr(hit + 2, L"%s");
-    }
-    return hit;
-}
-
-// A text under construction in a fixed array. Once a piece didn't fit, nothing fits any more.
+// A text that is put together in a fixed array. Once a piece didn't fit, no other one is taken.
 class BoundedText {
 public:
     void Append(wchar_t const* text, std::size_t count) {
@@ -39,7 +41,7 @@ public:
         }
     }
 
-    // The text, terminated; null if a piece didn't fit.
+    // Returns the text, terminated, or null if a piece didn't fit.
     wchar_t const* Get() {
         m_text[m_length] = L'\0';
         return m_fits ? m_text : nullptr;
@@ -51,15 +53,15 @@ private:
     bool m_fits = true;
 };
 
-// The format in libc's words, where a plain "%s" would take a narrow string; it is the caller's own
-// if it holds none. Null if it doesn't fit.
-wchar_t const* ForLibc(wchar_t const* format, BoundedText& rewritten) {
-    wchar_t const* hit = FindWideConversion(format, format);
+// Returns the format for libc, which takes a plain "%s" for a narrow string. This is the caller's
+// own format if it has no such conversion, and null if the new one doesn't fit.
+wchar_t const* FormatForLibc(wchar_t const* format, BoundedText& rewritten) {
+    wchar_t const* hit = FindWideConversion(format);
     if (hit == nullptr) {
         return format;
     }
     wchar_t const* rest = format;
-    for (; hit != nullptr; hit = FindWideConversion(rest, format)) {
+    for (; hit != nullptr; hit = FindWideConversion(rest)) {
         rewritten.Append(rest, static_cast<std::size_t>(hit - rest));
         rewritten.Append(L"%ls", 3);
         rest = hit + 2;
@@ -75,7 +77,7 @@ int _sprintf(wchar_t* destination, wchar_t const* format, ...) {
         return -1;
     }
     BoundedText rewritten;
-    wchar_t const* const wideFormat = ForLibc(format, rewritten);
+    wchar_t const* const wideFormat = FormatForLibc(format, rewritten);
     if (wideFormat == nullptr) {
         return -1;
     }

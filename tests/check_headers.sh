@@ -20,6 +20,24 @@ headers=$(find verrick -name '*.h')
 [ -n "$headers" ]
 for standard in c++11 c++14 c++17 c++20; do check; done
 compiler=$2 language=c
-headers=$(find verrick/flat verrick/flat.h verrick/win32.h verrick/detail -name "*.h")
+headers=$(find verrick/flat verrick/flat.h verrick/version.h verrick/win32.h verrick/detail -name '*.h')
 for standard in c99 c11; do check; done
+
+# win32.h maps names, so it also stands in front of all other headers, and after them.
+compile_beside_win32() {
+    for sections in PLAIN RECURSIVE; do
+        for order in "$headers verrick/win32.h" "verrick/win32.h $headers"; do
+            printf '#include <%s>\n' $order | $compiler "-std=$standard" -DVERRICK_${sections}_SECTIONS \
+                -x "$language" -I. -fsyntax-only -Wall -Wextra -Wpedantic -Werror - || {
+                echo "$order as $standard with $compiler, $sections sections"
+                status=1
+            }
+        done
+    done
+}
+headers=verrick/flat.h standard=c99
+compile_beside_win32
+compiler=$1 language=c++ standard=c++11
+headers=$(find verrick -name '*.h' ! -path 'verrick/detail/*' ! -name win32.h)
+compile_beside_win32
 exit $status

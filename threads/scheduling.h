@@ -3,11 +3,12 @@
 
 namespace verrick {
 
-// The range of SCHED_RR. Other values mean: leave the scheduling alone.
+// Whether the priority is one of SCHED_RR, from 1 to 99. Any other means: leave the scheduling
+// alone.
 bool IsRealTimePriority(int priority);
 
-// Puts the calling thread under SCHED_RR. A priority out of range, and a process without the right
-// to this one, leave the thread as it is.
+// Puts the calling thread under SCHED_RR. Changes nothing if the priority isn't one of SCHED_RR, or
+// the process has no right to it.
 void ApplyRealTimePriority(int priority);
 
 } // namespace verrick

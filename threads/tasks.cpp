@@ -3,7 +3,7 @@
 #include "threads/scheduling.h"
 
 #include <cstdint>
-#include <cstring>
+#include <new>
 #include <pthread.h>
 
 namespace {
@@ -19,7 +19,13 @@ static_assert(sizeof(Entry) == sizeof(Word));
 
 int ThreadSpawn(Entry entry, void* argument, int priority, long /*reserved1*/, long /*reserved2*/,
                 int stackSize) {
-    auto* const block = new Word[kBlockWords]{};
+    if (entry == nullptr) {
+        return 0;
+    }
+    auto* const block = new (std::nothrow) Word[kBlockWords]{};
+    if (block == nullptr) {
+        return 0;
+    }
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
     pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
@@ -33,12 +39,12 @@ int ThreadSpawn(Entry entry, void* argument, int priority, long /*reserved1*/, l
     block[kArgument] = reinterpret_cast<Word>(argument);
     block[kPriority] = static_cast<Word>(priority);
     pthread_t thread{};
-    bool const created = pthread_create(&thread, &attributes, &ThreadMain, block) == 0;
-    if (!created) {
-        delete[] block; // else the new thread's
+    bool const isCreated = pthread_create(&thread, &attributes, &ThreadMain, block) == 0;
+    if (!isCreated) {
+        delete[] block; // a created thread frees it itself
     }
     pthread_attr_destroy(&attributes);
-    return created ? 1 : 0;
+    return isCreated ? 1 : 0;
 }
 
 void* ThreadMain(void* block) {
@@ -49,5 +55,5 @@ void* ThreadMain(void* block) {
     delete[] words;
     verrick::ApplyRealTimePriority(priority);
     entry(argument);
-    pthread_exit(nullptr);
+    return nullptr; // ends the thread as pthread_exit(nullptr) does
 }

@@ -1,4 +1,3 @@
-// The facade of the thread family.
 #include <verrick/thread.h>
 
 #include "frame/facade.h"
@@ -15,7 +14,7 @@ constexpr int kNoThreadId = -1;
 IThread::IThread() = default;
 IThread::~IThread() = default;
 
-// The implementation is built without a thread, for the new thread finds it through m_impl.
+// The implementation is built without a thread, because Create finds it through m_impl.
 DThread::DThread(char const* name, int priority, int stackSize, int flags)
     : m_impl(new DThreadImpl(name, priority, stackSize, flags | kNoThreadYet, this)) {
     if ((flags & kNoThreadYet) == 0 && !Create(this, priority, stackSize, flags)) {

@@ -1,20 +1,55 @@
+// The life of a thread.
+//
+// One state says where it stands. It is guarded by m_deathMutex, and so are the steps below, each
+// as a whole. m_thread, m_started, m_joined and m_killed follow the state.
+//
+//   state     step                        next      what happens to the POSIX thread
+//   NoThread  Create                      Parked    is created, and waits on m_continue
+//   Parked    Start                       Started   is woken
+//   Parked    Kill                        LetGo     is woken, ends without Run, is joined by Kill
+//   Started   it gets to Run              InRun     calls Run
+//   Started   Kill                        LetGo     is detached, ends without Run
+//   Started   it couldn't wait for Start  Started   ends without Run
+//   Started   WaitForThreadDeath          Joined    has ended and is joined
+//   InRun     WaitForThreadDeath          Joined    has ended and is joined
+//   InRun     Kill                        LetGo     is detached, goes on in Run
+//   Joined    Kill                        LetGo     (none is left)
+//
+// Every other pair of a state and a step changes nothing. The destructor is Kill, and then a wait
+// until the thread is on none of the object's own steps, which are short: see ObjectUse.
+//
+// Locks: m_deathMutex, then that of m_continue. No lock is held during a join, a message or Run.
 #include "frame/deadline.h"
 #include "frame/limits.h"
 #include "frame/mutex.h"
+#include "frame/relaxed.h"
+#include "frame/sleep.h"
 #include "frame/waiting.h"
+#include "threads/object_use.h"
+#include "threads/run_lookup.h"
 #include "threads/scheduling.h"
-#include "threads/thread_control.h"
+#include <verrick/detail/thread_annotations.h>
 #include <verrick/thread.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 
+namespace verrick {
+
+// Stands for the m_deathMutex of the object at hand, so that Clang checks who is called with it
+// held. It is declared only.
+class VERRICK_LOCK DeathMutex {};
+extern DeathMutex g_deathMutex;
+
+} // namespace verrick
+
+using verrick::g_deathMutex;
 using verrick::kForever;
-using verrick::kSmallestStackBytes;
-using verrick::MutexLock;
+using verrick::ObjectUse;
 using verrick::relaxed;
-using verrick::ThreadControl;
+using verrick::RunFunction;
+using verrick::UseScope;
 
 namespace {
 
@@ -22,14 +57,151 @@ constexpr auto kNoThread = static_cast<pthread_t>(-1);
 constexpr int kNoThreadId = -1;
 constexpr int kNoThreadYet = 1;             // bit 0 of the flags
 constexpr std::size_t kKernelNameSize = 16; // with the terminator
+constexpr unsigned int kPureRunPollMs = 1;
+
+// Holds the m_deathMutex of an object for a scope.
+class VERRICK_SCOPED_LOCK DeathLock {
+public:
+    explicit DeathLock(pthread_mutex_t& deathMutex) VERRICK_ACQUIRE(g_deathMutex)
+        : m_lock(deathMutex) {}
+    ~DeathLock() VERRICK_RELEASE() {}
+    DeathLock(DeathLock const&) = delete;
+    DeathLock& operator=(DeathLock const&) = delete;
+
+private:
+    verrick::MutexLock m_lock;
+};
+
+// The attributes of a new thread, for a scope.
+class Attributes {
+public:
+    Attributes() { pthread_attr_init(&m_attributes); }
+    ~Attributes() { pthread_attr_destroy(&m_attributes); }
+    Attributes(Attributes const&) = delete;
+    Attributes& operator=(Attributes const&) = delete;
+
+    pthread_attr_t* operator&() { return &m_attributes; }
+
+private:
+    pthread_attr_t m_attributes;
+};
+
+// Stores the priority in the attributes, and returns what they hold then. Some C libraries compare
+// it with the policy that the attributes have so far, and refuse it. Then the priority asked for
+// counts. Either way PreRun is what puts it in force.
+int StorePriority(Attributes& attributes, int priority) {
+    sched_param parameters{};
+    parameters.sched_priority = priority;
+    if (pthread_attr_setschedparam(&attributes, &parameters) == 0) {
+        pthread_attr_getschedparam(&attributes, &parameters);
+    }
+    return parameters.sched_priority;
+}
 
 } // namespace
 
+enum class DThreadImpl::State : unsigned char { NoThread, Parked, Started, InRun, Joined, LetGo };
+
+// The steps that are no operations. Those with Locked in their names are called with m_deathMutex
+// held.
+struct DThreadImpl::Steps {
+    static void StoreName(DThreadImpl& impl, char const* name);
+    static void ApplyNameLocked(DThreadImpl const& impl, pthread_t thread)
+        VERRICK_REQUIRES(g_deathMutex);
+    static bool HasLiveThreadLocked(DThreadImpl const& impl) VERRICK_REQUIRES(g_deathMutex);
+    static bool WaitForStart(DThreadImpl& impl);
+    static RunFunction EnterRun(DThreadImpl& impl);
+    static void LetGoLocked(DThreadImpl& impl) VERRICK_REQUIRES(g_deathMutex);
+    static void WaitForEndOfParkedLocked(DThreadImpl& impl) VERRICK_REQUIRES(g_deathMutex);
+    static int WaitForOtherJoinLocked(DThreadImpl& impl, int timeoutMs)
+        VERRICK_REQUIRES(g_deathMutex);
+};
+
+// The turn of the one caller that joins. Begins with m_deathMutex held and ends without it. It
+// ends, and wakes those who wait beside it, also when the caller is cancelled in its join.
+class DThreadImpl::JoinTurn {
+public:
+    // Announces the turn.
+    static void BeginLocked(DThreadImpl& impl) VERRICK_REQUIRES(g_deathMutex) {
+        ++impl.m_waiters;
+        impl.m_joining = true;
+    }
+
+    // Takes over the turn that has been announced.
+    JoinTurn(DThreadImpl& impl, pthread_t thread) : m_impl(impl), m_thread(thread) {}
+    ~JoinTurn();
+    JoinTurn(JoinTurn const&) = delete;
+    JoinTurn& operator=(JoinTurn const&) = delete;
+
+    // Joins the thread. Returns the error, which is ETIMEDOUT if the thread doesn't end in time.
+    int Join(int timeoutMs);
+
+private:
+    DThreadImpl& m_impl;
+    pthread_t const m_thread;
+    bool m_isJoined = false;
+};
+
+// A Kill of a parked thread joins too, but only WaitForThreadDeath notes it. A Kill that came
+// during the join of another caller couldn't detach the thread, so that is done here.
+DThreadImpl::JoinTurn::~JoinTurn() {
+    DeathLock const lock(m_impl.m_deathMutex);
+    --m_impl.m_waiters;
+    m_impl.m_joining = false;
+    bool const isLetGo = m_impl.m_state == State::LetGo;
+    if (m_isJoined && m_impl.m_started.load(relaxed) != 0) {
+        m_impl.m_joined.store(1, relaxed);
+        m_impl.m_state = isLetGo ? State::LetGo : State::Joined;
+    } else if (!m_isJoined && isLetGo) {
+        pthread_detach(m_thread);
+    }
+    pthread_cond_broadcast(&m_impl.m_deathCond);
+}
+
+// Looks once if the time is already over. It is a cancellation point in every case.
+int DThreadImpl::JoinTurn::Join(int timeoutMs) {
+    int error = 0;
+    if (timeoutMs == kForever) {
+        error = pthread_join(m_thread, nullptr);
+    } else if (timeoutMs > 0) {
+        timespec const deadline = verrick::DeadlineAfter(timeoutMs);
+        error = pthread_timedjoin_np(m_thread, nullptr, &deadline);
+    } else {
+        pthread_testcancel();
+        error = pthread_tryjoin_np(m_thread, nullptr);
+        error = error == EBUSY ? ETIMEDOUT : error;
+    }
+    m_isJoined = error == 0;
+    return error;
+}
+
+// What the POSIX thread does before and after everything else. The end is noted also when Run ends
+// the thread or the thread is cancelled.
+class DThreadImpl::ThreadScope {
+public:
+    explicit ThreadScope(ObjectUse& use) : m_use(use) { m_use.BecomeCallingThreads(); }
+    ~ThreadScope() {
+        if (m_use.Begin()) {
+            UseScope const use(m_use);
+            DeathLock const lock(m_use.Object().m_deathMutex);
+            m_use.Object().m_hasEnded = true;
+        }
+        m_use.EndOfCallingThread();
+        m_use.ReleaseReference();
+    }
+    ThreadScope(ThreadScope const&) = delete;
+    ThreadScope& operator=(ThreadScope const&) = delete;
+
+private:
+    ObjectUse& m_use;
+};
+
 DThreadImpl::DThreadImpl(char const* name, int priority, int stackSize, int flags, DThread* owner)
     : m_thread(kNoThread), m_priority(priority), m_threadId(kNoThreadId), m_continue(false, false),
-      m_owner(owner), m_started(0), m_joined(0), m_killed(0), m_waiters(0), m_joining(false),
-      m_control(new ThreadControl(owner)) {
-    StoreName(name);
+      m_owner(owner), m_started(0), m_joined(0), m_killed(0), m_waiters(0),
+      m_state(State::NoThread), m_joining(false), m_hasEnded(false),
+      m_use(new ObjectUse(*this, owner)) {
+    Steps::StoreName(*this, name);
     m_continue.Reset();
     pthread_cond_init(&m_deathCond, nullptr);
     verrick::InitErrorCheckMutex(m_deathMutex, m_deathMutexAttr);
@@ -38,102 +210,123 @@ DThreadImpl::DThreadImpl(char const* name, int priority, int stackSize, int flag
     }
 }
 
-// Waits for nothing but a thread on its last steps before Run, from which Kill has barred it.
 DThreadImpl::~DThreadImpl() {
-    if (m_thread.load(relaxed) != kNoThread) {
-        DThreadImpl::Kill();
-    }
-    m_control->BeginClosing();
-    m_control->AwaitDeparture();
+    DThreadImpl::Kill();
+    m_use->Forbid();
+    m_use->WaitUntilUnused();
     pthread_cond_broadcast(&m_deathCond);
     verrick::DestroyErrorCheckMutex(m_deathMutex, m_deathMutexAttr);
     pthread_cond_destroy(&m_deathCond);
-    m_control->ReleaseReference();
+    m_use->ReleaseReference();
 }
 
 bool DThreadImpl::Create(DThread* thread, int priority, int stackSize, int /*flags*/) {
     DThreadImpl& impl = *thread->m_impl;
-    if (impl.m_thread.load(relaxed) != kNoThread || impl.m_killed.load(relaxed) != 0) {
+    DeathLock const lock(impl.m_deathMutex);
+    if (impl.m_state != State::NoThread) {
         return false;
     }
-    pthread_attr_t attributes;
-    pthread_attr_init(&attributes);
+    Attributes attributes;
     pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_JOINABLE);
-    pthread_attr_setstacksize(&attributes, static_cast<std::size_t>(stackSize > kSmallestStackBytes
-                                                                        ? stackSize
-                                                                        : kSmallestStackBytes));
+    int const stackBytes =
+        stackSize > verrick::kSmallestStackBytes ? stackSize : verrick::kSmallestStackBytes;
+    pthread_attr_setstacksize(&attributes, static_cast<std::size_t>(stackBytes));
     if (verrick::IsRealTimePriority(priority)) {
-        // Refused by a C library that compares the priority with the ordinary policy: the one asked
-        // for counts then. Either way PreRun is what puts it in force.
-        sched_param parameters{};
-        parameters.sched_priority = priority;
-        if (pthread_attr_setschedparam(&attributes, &parameters) == 0) {
-            pthread_attr_getschedparam(&attributes, &parameters);
-        }
-        impl.m_priority.store(parameters.sched_priority, relaxed);
+        impl.m_priority.store(StorePriority(attributes, priority), relaxed);
     }
     pthread_attr_setschedpolicy(&attributes, SCHED_RR);
     pthread_attr_setscope(&attributes, PTHREAD_SCOPE_SYSTEM);
 
-    impl.m_control->AddReference(); // the new thread's
+    impl.m_use->AddReference(); // the new thread's
     pthread_t created{};
-    bool const done = pthread_create(&created, &attributes, &ThreadMain, impl.m_control) == 0;
-    if (done) {
-        impl.m_thread.store(created, relaxed);
-    } else {
-        impl.m_control->ReleaseReference();
+    if (pthread_create(&created, &attributes, &ThreadMain, impl.m_use) != 0) {
+        impl.m_use->ReleaseReference();
+        return false;
     }
-    pthread_attr_destroy(&attributes);
-    return done;
+    impl.m_thread.store(created, relaxed);
+    impl.m_state = State::Parked;
+    return true;
 }
 
-// The argument is the block that outlives the object, for the object may be gone by now.
+// The argument is the block that outlives the object, because the object may be gone by now. The
+// return ends the thread as pthread_exit(nullptr) does, without unwinding its stack for that.
 void* DThreadImpl::ThreadMain(void* arg) {
-    struct Reference {
-        ~Reference() { control.ReleaseReference(); }
-        ThreadControl& control;
-    };
-    {
-        Reference const reference{*static_cast<ThreadControl*>(arg)};
-        reference.control.PublishId();
-        if (reference.control.Enter()) {
-            reference.control.CallPreRun();
-        }
+    auto& use = *static_cast<ObjectUse*>(arg);
+    ThreadScope const scope(use);
+    if (use.Begin()) {
+        use.Object().PreRun();
     }
-    pthread_exit(nullptr);
+    return nullptr;
 }
 
-// Runs inside a visit, which DecideRun ends: from there on the object may be gone, and after Run it
+// The use of the object ends ahead of Run: from there on the object may be gone, and after Run it
 // often is.
 void DThreadImpl::PreRun() {
-    verrick::Visit visit(*m_control);
+    UseScope use(*m_use);
     {
-        MutexLock lock(m_control->Mutex());
+        DeathLock const lock(m_deathMutex);
         verrick::ApplyRealTimePriority(m_priority.load(relaxed));
-        ApplyName(pthread_self());
+        Steps::ApplyNameLocked(*this, pthread_self());
     }
     pthread_setcancelstate(PTHREAD_CANCEL_ENABLE, nullptr);
-    if (!AwaitRelease()) {
+    if (!Steps::WaitForStart(*this)) {
         std::puts("m_continue.Wait failed. DThreadImpl->PreRun returning");
         return;
     }
     DThread* const owner = m_owner;
-    if (owner == nullptr || m_killed.load(relaxed) != 0) {
-        return;
-    }
-    if (verrick::RunFunction const run = visit.DecideRun()) {
+    RunFunction const run = Steps::EnterRun(*this);
+    use.End();
+    if (run != nullptr) {
         run(owner);
     }
 }
 
-// Parks until Start or Kill. A wake-up without either is no reason to go on.
-bool DThreadImpl::AwaitRelease() {
-    do {
-        if (m_continue.Wait(kForever) != WAIT_RESULT_OK) {
+// Waits until Start or Kill. A wake-up without either is no reason to go on.
+bool DThreadImpl::Steps::WaitForStart(DThreadImpl& impl) {
+    for (;;) {
+        if (impl.m_continue.Wait(kForever) != WAIT_RESULT_OK) {
             return false;
         }
-    } while (m_started.load(relaxed) == 0 && m_killed.load(relaxed) == 0);
-    return true;
+        DeathLock const lock(impl.m_deathMutex);
+        if (impl.m_state != State::Parked) {
+            return true;
+        }
+    }
+}
+
+// Returns the Run to call, or null if the thread was let go.
+//
+// The question is which Run, while another thread may be in a destructor of the object. Each
+// destructor makes the object one of its own class first, and only that of DThread, the last one,
+// gets to Kill. What can be found until then:
+//
+// 1. The Run of the whole object. It is the right one, also while the body of the most derived
+//    destructor goes on: that one may be waiting for Run to end.
+// 2. The Run of a base of the application's, whose destructor or constructor has begun. That is
+// what
+//    a virtual call reaches then. A class that is safe to destroy while a thread may be in Run is
+//    just as safe here.
+// 3. A pure Run: the object is still being built, or DThread's destructor has begun, or that of a
+//    class without a Run. The thread looks again until there is a Run or the object lets it go.
+//
+// So a thread that isn't in Run when DThread's destructor or a Kill begins never gets there. A
+// thread that gets there while destructors of the application's own classes are at work counts as
+// one that was in Run before. Only a class whose Run uses the object, and whose destructor doesn't
+// wait for its end, could tell the difference, and that class is faulty in either case.
+RunFunction DThreadImpl::Steps::EnterRun(DThreadImpl& impl) {
+    for (;;) {
+        {
+            DeathLock const lock(impl.m_deathMutex);
+            if (impl.m_state != State::Started || impl.m_owner == nullptr) {
+                return nullptr;
+            }
+            if (RunFunction const run = verrick::FindRun(*impl.m_owner)) {
+                impl.m_state = State::InRun;
+                return run;
+            }
+        }
+        verrick::SleepMs(kPureRunPollMs);
+    }
 }
 
 // Reached by nothing: the thread calls the owner's Run.
@@ -141,52 +334,95 @@ void DThreadImpl::Run() {
     std::puts("DThreadImpl::Default Run called (Should not be called).");
 }
 
+// The signal is given with the lock held: without it the thread could already have run, and Run
+// could have destroyed the object.
 void DThreadImpl::Start() {
-    if (m_thread.load(relaxed) == kNoThread) {
-        return;
-    }
-    if (m_started.load(relaxed) == 0) {
-        m_control->SetRun(verrick::ResolveRun(*m_owner));
-    }
-    m_started.store(1, relaxed);
-    m_continue.Signal();
-}
-
-void DThreadImpl::Kill() {
-    pthread_t const thread = m_thread.load(relaxed);
-    if (thread == kNoThread) {
-        return;
-    }
-    m_killed.store(1, relaxed);
-    if (m_started.load(relaxed) == 0) {
+    DeathLock const lock(m_deathMutex);
+    if (m_state == State::Parked) {
+        m_started.store(1, relaxed);
+        m_state = State::Started;
         m_continue.Signal();
-        pthread_join(thread, nullptr);
-    } else if (m_joined.load(relaxed) == 0) {
-        m_control->BarRun();
-        if (pthread_detach(thread) == 0) {
-            std::printf("pthread_detached successfull for thread (%s).\n", m_name);
-        } else {
-            std::printf("pthread_detached failed for thread (%s).\n", m_name);
-        }
     }
-    m_thread.store(kNoThread, relaxed);
 }
 
-// One step against the new thread's own: or that one could read the old priority and put it in
-// force last, or this one could write under a policy that is just changing.
+// All is settled when the message is printed, which is where the caller may be cancelled.
+void DThreadImpl::Kill() {
+    char name[sizeof m_name] = {};
+    bool isDetached = false;
+    pthread_t thread{};
+    State before{};
+    {
+        DeathLock const lock(m_deathMutex);
+        before = m_state;
+        thread = m_thread.load(relaxed);
+        std::memcpy(name, m_name, sizeof name);
+        switch (before) {
+        case State::NoThread:
+            return;
+        case State::LetGo:
+            Steps::WaitForEndOfParkedLocked(*this);
+            return;
+        case State::Parked:
+            JoinTurn::BeginLocked(*this);
+            break;
+        case State::Started:
+        case State::InRun:
+            isDetached = m_joining || pthread_detach(thread) == 0;
+            break;
+        case State::Joined:
+            break;
+        }
+        Steps::LetGoLocked(*this);
+    }
+    if (before == State::Parked) {
+        JoinTurn(*this, thread).Join(kForever);
+    } else if (before != State::Joined) {
+        std::printf(isDetached ? "pthread_detached successfull for thread (%s).\n"
+                               : "pthread_detached failed for thread (%s).\n",
+                    name);
+    }
+}
+
+void DThreadImpl::Steps::LetGoLocked(DThreadImpl& impl) {
+    bool const wasParked = impl.m_state == State::Parked;
+    impl.m_state = State::LetGo;
+    impl.m_killed.store(1, relaxed);
+    impl.m_thread.store(kNoThread, relaxed);
+    if (wasParked) {
+        impl.m_continue.Signal();
+    }
+}
+
+// Another Kill may be ending the thread, which was parked: then this one returns with that one.
+void DThreadImpl::Steps::WaitForEndOfParkedLocked(DThreadImpl& impl) {
+    while (impl.m_joining && impl.m_started.load(relaxed) == 0) {
+        pthread_cond_wait(&impl.m_deathCond, &impl.m_deathMutex);
+    }
+}
+
+// Whether m_thread may be given to the system. The lock keeps a thread that hasn't ended from
+// ending, and so from being joined meanwhile.
+bool DThreadImpl::Steps::HasLiveThreadLocked(DThreadImpl const& impl) {
+    bool const hasThread = impl.m_state == State::Parked || impl.m_state == State::Started ||
+                           impl.m_state == State::InRun;
+    return hasThread && !impl.m_hasEnded;
+}
+
 int DThreadImpl::SetPriority(int priority) {
-    MutexLock lock(m_control->Mutex());
-    pthread_t const thread = m_thread.load(relaxed);
-    if (!verrick::IsRealTimePriority(priority) || thread == kNoThread ||
-        m_joined.load(relaxed) != 0) {
+    DeathLock const lock(m_deathMutex);
+    if (!verrick::IsRealTimePriority(priority) || m_state == State::NoThread ||
+        m_state == State::Joined || m_state == State::LetGo) {
         return -1;
     }
-    int policy = 0;
-    sched_param parameters{};
-    pthread_getschedparam(thread, &policy, &parameters);
-    parameters.sched_priority = priority;
     m_priority.store(priority, relaxed);
-    pthread_setschedparam(thread, policy, &parameters);
+    if (Steps::HasLiveThreadLocked(*this)) {
+        pthread_t const thread = m_thread.load(relaxed);
+        int policy = 0;
+        sched_param parameters{};
+        pthread_getschedparam(thread, &policy, &parameters);
+        parameters.sched_priority = priority;
+        pthread_setschedparam(thread, policy, &parameters);
+    }
     return priority;
 }
 
@@ -195,14 +431,13 @@ int DThreadImpl::GetPriority() {
 }
 
 void DThreadImpl::SetName(char const* name) {
-    MutexLock lock(m_control->Mutex());
-    pthread_t const thread = m_thread.load(relaxed);
-    if (thread == kNoThread) {
+    DeathLock const lock(m_deathMutex);
+    if (m_state == State::NoThread || m_state == State::LetGo) {
         return;
     }
-    StoreName(name);
-    if (m_joined.load(relaxed) == 0) {
-        ApplyName(thread);
+    Steps::StoreName(*this, name);
+    if (Steps::HasLiveThreadLocked(*this)) {
+        Steps::ApplyNameLocked(*this, m_thread.load(relaxed));
     }
 }
 
@@ -210,15 +445,15 @@ char const* DThreadImpl::GetName() {
     return m_name;
 }
 
-void DThreadImpl::StoreName(char const* name) {
-    constexpr std::size_t last = sizeof m_name - 1;
-    std::strncpy(m_name, name != nullptr ? name : "UNKNOWN", last);
-    m_name[last] = '\0';
+void DThreadImpl::Steps::StoreName(DThreadImpl& impl, char const* name) {
+    constexpr std::size_t last = sizeof impl.m_name - 1;
+    std::strncpy(impl.m_name, name != nullptr ? name : "UNKNOWN", last);
+    impl.m_name[last] = '\0';
 }
 
-void DThreadImpl::ApplyName(pthread_t thread) {
+void DThreadImpl::Steps::ApplyNameLocked(DThreadImpl const& impl, pthread_t thread) {
     char kernelName[kKernelNameSize] = {};
-    std::memcpy(kernelName, m_name, sizeof kernelName - 1);
+    std::memcpy(kernelName, impl.m_name, sizeof kernelName - 1);
     pthread_setname_np(thread, kernelName);
 }
 
@@ -226,84 +461,62 @@ int DThreadImpl::GetThreadId() {
     if (m_thread.load(relaxed) == kNoThread || m_joined.load(relaxed) != 0) {
         return kNoThreadId;
     }
-    m_threadId.store(m_control->AwaitId(), relaxed);
-    return m_threadId.load(relaxed);
+    int const id = m_use->WaitForKernelId();
+    m_threadId.store(id, relaxed);
+    return id;
 }
 
-// The turn of the one caller that joins. It ends, and lets the others go, also when that caller is
-// cancelled in its join.
-class DThreadImpl::JoinTurn {
-public:
-    explicit JoinTurn(DThreadImpl& thread) : m_impl(thread) {}
-    ~JoinTurn() {
-        MutexLock lock(m_impl.m_deathMutex);
-        --m_impl.m_waiters;
-        m_impl.m_joining = false;
-        pthread_cond_broadcast(&m_impl.m_deathCond);
-    }
-    JoinTurn(JoinTurn const&) = delete;
-    JoinTurn& operator=(JoinTurn const&) = delete;
-
-private:
-    DThreadImpl& m_impl;
-};
-
+// The thread itself must not even wait beside a joining caller, who waits for it. Its id is
+// compared only while it isn't joined, because the system gives the id of a joined thread to
+// another one.
 int DThreadImpl::WaitForThreadDeath(int timeoutMs) {
-    pthread_t const thread = m_thread.load(relaxed);
-    if (thread == kNoThread || m_started.load(relaxed) == 0) {
-        if (m_started.load(relaxed) == 0) {
-            std::printf("WaitForThreadDeath::Run not started. or invalid thread handle\n");
-        }
+    if (m_started.load(relaxed) == 0) {
+        std::printf("WaitForThreadDeath::Run not started. or invalid thread handle\n");
         return WAIT_RESULT_FAILED;
     }
-    // The thread itself must not even wait beside a joining caller, who waits for it.
-    if (pthread_equal(thread, pthread_self()) != 0) {
-        return WAIT_RESULT_FAILED;
-    }
-    timespec const deadline =
-        timeoutMs != kForever ? verrick::ValidDeadlineAfter(timeoutMs) : timespec{};
-    timespec const* const until = timeoutMs != kForever ? &deadline : nullptr;
+    pthread_t thread{};
     {
-        MutexLock lock(m_deathMutex);
-        if (m_joined.load(relaxed) != 0) {
+        DeathLock const lock(m_deathMutex);
+        if (m_state == State::Joined) {
             return WAIT_RESULT_OK;
         }
-        if (m_joining) {
-            return AwaitOtherJoin(until);
+        if (m_state == State::LetGo || ObjectUse::OfCallingThread() == m_use) {
+            return WAIT_RESULT_FAILED;
         }
-        ++m_waiters;
-        m_joining = true;
+        if (m_joining) {
+            return Steps::WaitForOtherJoinLocked(*this, timeoutMs);
+        }
+        thread = m_thread.load(relaxed);
+        JoinTurn::BeginLocked(*this);
     }
-    JoinTurn const turn(*this);
-    return Join(until);
-}
-
-// Called with m_deathMutex held. Whatever wakes the caller ends its call.
-int DThreadImpl::AwaitOtherJoin(timespec const* deadline) {
-    ++m_waiters;
-    if (deadline != nullptr) {
-        pthread_cond_timedwait(&m_deathCond, &m_deathMutex, deadline);
-    } else {
-        pthread_cond_wait(&m_deathCond, &m_deathMutex);
-    }
-    --m_waiters;
-    return m_joined.load(relaxed) != 0 ? WAIT_RESULT_OK : WAIT_RESULT_TIMEOUT;
-}
-
-int DThreadImpl::Join(timespec const* deadline) {
-    pthread_t const thread = m_thread.load(relaxed);
-    if (thread == kNoThread) {
-        return WAIT_RESULT_FAILED;
-    }
-    int const error = deadline != nullptr ? pthread_timedjoin_np(thread, nullptr, deadline)
-                                          : pthread_join(thread, nullptr);
-    switch (error) {
+    switch (JoinTurn(*this, thread).Join(timeoutMs)) {
     case 0:
-        m_joined.store(1, relaxed);
         return WAIT_RESULT_OK;
     case ETIMEDOUT:
         return WAIT_RESULT_TIMEOUT;
     default:
         return WAIT_RESULT_FAILED;
     }
+}
+
+// Waits once: whatever wakes the caller ends its call.
+int DThreadImpl::Steps::WaitForOtherJoinLocked(DThreadImpl& impl, int timeoutMs) {
+    class Counted {
+    public:
+        explicit Counted(int& waiters) : m_waiters(waiters) { ++m_waiters; }
+        ~Counted() { --m_waiters; }
+
+    private:
+        int& m_waiters;
+    };
+    Counted const counted(impl.m_waiters);
+    if (timeoutMs == kForever) {
+        pthread_cond_wait(&impl.m_deathCond, &impl.m_deathMutex);
+    } else if (timeoutMs > 0) {
+        timespec const deadline = verrick::DeadlineAfter(timeoutMs);
+        pthread_cond_timedwait(&impl.m_deathCond, &impl.m_deathMutex, &deadline);
+    } else {
+        pthread_testcancel();
+    }
+    return impl.m_joined.load(relaxed) != 0 ? WAIT_RESULT_OK : WAIT_RESULT_TIMEOUT;
 }

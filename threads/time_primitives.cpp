@@ -13,7 +13,7 @@ constexpr std::uint32_t kPeriodStepMs = 10;
 
 } // namespace
 
-// Taken in 32 bits throughout, so that the count wraps in the same way on every target.
+// All in 32 bits, so that the count wraps in the same way on every target.
 unsigned int GetTickCount() {
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC, &now);

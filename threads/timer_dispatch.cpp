@@ -1,107 +1,167 @@
+#include "threads/timer_dispatch.h"
+
 #include "frame/limits.h"
 #include "frame/waiting.h"
-#include "threads/thread_control.h"
-#include <verrick/timers.h>
+#include "threads/object_use.h"
+#include "threads/signals.h"
 
 #include <algorithm>
+#include <bit>
+#include <memory>
 
 namespace {
 
-constexpr unsigned int kPoolSize = 256;
 constexpr int kPriority = 99;
-constexpr int kCreateParked = 2; // no bit of it has an effect: bit 0 is clear
+constexpr int kCreateParked = 2; // no bit of it has an effect, because bit 0 is clear
 
 } // namespace
 
-DTimerDispatch::DTimerDispatch()
-    : DThread("TimerDispatch Thread", kPriority, verrick::kSmallestStackBytes, kCreateParked),
-      m_queueEvent(false, false), m_peakQueueLength(0), m_pool(new TimerListItem[kPoolSize]) {
-    std::for_each(m_pool, m_pool + kPoolSize, [](TimerListItem& item) { item.m_inUse = false; });
-    verrick::ThreadControl::Of(*this).KeepVisitInRun();
+std::size_t verrick::FreeEntries::Take() {
+    for (std::size_t word = 0; word < m_words.size(); ++word) {
+        if (m_words[word] != 0) {
+            auto const bit = static_cast<std::size_t>(std::countr_zero(m_words[word]));
+            m_words[word] &= m_words[word] - 1;
+            return word * kBits + bit;
+        }
+    }
+    return kCount;
 }
 
-// A thread that is waiting for work is woken and sees that the object is closing. From a listener,
-// this is the dispatch thread itself: it sees it when that listener returns.
+void verrick::FreeEntries::Return(std::size_t entry) {
+    m_words[entry / kBits] |= std::uint64_t{1} << entry % kBits;
+}
+
+DTimerDispatch::DTimerDispatch()
+    : DThread(verrick::SignalsBlocked().During("TimerDispatch Thread"), kPriority,
+              verrick::kSmallestStackBytes, kCreateParked),
+      m_queueEvent(false, false), m_peakQueueLength(0), m_pool(nullptr), m_parts(nullptr) {
+    auto pool = std::make_unique<TimerListItem[]>(verrick::FreeEntries::kCount);
+    m_parts = new Parts;
+    m_pool = pool.release();
+}
+
+// 1. No listener is called from here on. A thread that waits for work wakes up and ends.
+// 2. A listener that is inside a call gets a second to return.
+// 3. If it doesn't, its thread is let go. The thread is outside the object during a call, and looks
+//    at nothing of it afterwards.
 DTimerDispatch::~DTimerDispatch() {
-    verrick::ThreadControl& control = verrick::ThreadControl::Of(*this);
-    control.BeginClosing();
+    verrick::ObjectUse& use = verrick::ObjectUse::Of(*this);
+    use.Forbid();
     {
-        DMonitor monitor(m_csQueue);
+        DMonitor queue(m_csQueue);
         m_queueEvent.Signal();
     }
+    m_parts->m_call->AwaitEnd();
     DThread::Kill();
-    control.AwaitDeparture();
+    use.WaitUntilUnused();
+    delete m_parts;
     delete[] m_pool;
 }
 
 void DTimerDispatch::Enqueue(ITimerListener* listener, unsigned int id) {
-    DMonitor monitor(m_csQueue);
-    if (TimerListItem* const item = FindFreeSlot()) {
-        item->m_inUse = true;
-        item->m_listener = listener;
-        item->m_id = id;
-        bool const wasEmpty = m_queue.IsEmpty();
-        m_queue.AddTail(item);
-        if (wasEmpty) {
-            m_queueEvent.Signal();
-        }
+    if (listener != nullptr) {
+        Parts::Expiry const expiry{listener, id};
+        Parts::EnqueueAll(*this, &expiry, 1);
     }
-    m_peakQueueLength = std::max(m_peakQueueLength, m_queue.Size());
 }
 
-DTimerDispatch::TimerListItem* DTimerDispatch::FindFreeSlot() {
-    auto* const end = m_pool + kPoolSize;
-    auto* const found =
-        std::find_if(m_pool, end, [](TimerListItem const& item) { return !item.m_inUse; });
-    return found != end ? found : nullptr;
+void DTimerDispatch::Parts::EnqueueAll(DTimerDispatch& dispatch, Expiry const* first,
+                                       std::size_t count) {
+    DMonitor queue(dispatch.m_csQueue);
+    for (Expiry const* expiry = first; expiry != first + count; ++expiry) {
+        EnqueueLocked(dispatch, *expiry);
+    }
+}
+
+// Drops the expiry if all entries are taken.
+void DTimerDispatch::Parts::EnqueueLocked(DTimerDispatch& dispatch, Expiry const& expiry) {
+    std::size_t const entry = dispatch.m_parts->m_free.Take();
+    if (entry == verrick::FreeEntries::kCount) {
+        return;
+    }
+    TimerListItem& item = dispatch.m_pool[entry];
+    item.m_inUse = true;
+    item.m_listener = expiry.m_listener;
+    item.m_id = expiry.m_id;
+    bool const wasEmpty = dispatch.m_queue.IsEmpty();
+    dispatch.m_queue.AddTail(&item);
+    dispatch.m_peakQueueLength = std::max(dispatch.m_peakQueueLength, dispatch.m_queue.Size());
+    if (wasEmpty) {
+        dispatch.m_queueEvent.Signal();
+    }
+}
+
+void DTimerDispatch::Parts::FreeEntry(DTimerDispatch& dispatch, TimerListItem* item) {
+    item->m_inUse = false;
+    dispatch.m_parts->m_free.Return(static_cast<std::size_t>(item - dispatch.m_pool));
 }
 
 void DTimerDispatch::FlushQueue(ITimerListener* listener, unsigned int id) {
-    DMonitor monitor(m_csQueue);
+    DMonitor queue(m_csQueue);
     DListItem* next = m_queue.Next(nullptr);
     while (next != nullptr) {
         auto* const item = static_cast<TimerListItem*>(next);
         next = m_queue.Next(item);
         if (item->m_listener == listener && item->m_id == id) {
             m_queue.Remove(item);
-            item->m_inUse = false;
+            Parts::FreeEntry(*this, item);
         }
     }
 }
 
-// The whole loop is one visit to the object, listener calls included: the destructor waits for
-// them. A listener that destroys the object closes it, and then nothing of it is looked at any
-// more.
+void DTimerDispatch::Parts::AwaitEndOfCall(DTimerDispatch& dispatch, ITimerListener* listener,
+                                           unsigned int id) {
+    dispatch.m_parts->m_call->AwaitEndOf(listener, id);
+}
+
+// The loop is inside the object but for the calls of listeners. After a call it looks first whether
+// it may come back: a listener may have destroyed the object, or taken too long.
 void DTimerDispatch::Run() {
-    verrick::Visit const visit = verrick::Visit::OfRun(*this);
-    while (visit.IsOpen()) {
+    verrick::UseScope use = verrick::UseScope::OfRun(*this);
+    while (use.IsAllowed()) {
         m_queueEvent.Wait(verrick::kForever);
-        bool more = visit.IsOpen();
-        while (more) {
-            TimerListItem* const item = TakeHead();
+        bool isMore = use.IsAllowed();
+        while (isMore) {
+            TimerListItem* const item = Parts::BeginDelivery(*this);
             if (item != nullptr) {
-                item->m_listener->OnTimerExpired(item->m_id);
+                std::shared_ptr<verrick::ListenerCall> const call = m_parts->m_call;
+                verrick::EndOfListenerCall const end(call);
+                ITimerListener* const listener = item->m_listener;
+                unsigned int const id = item->m_id;
+                if (!use.PauseForCallback()) {
+                    return;
+                }
+                listener->OnTimerExpired(id);
+                if (!use.Resume()) {
+                    return;
+                }
             }
-            more = visit.IsOpen() && RetireSlot(item);
+            isMore = use.IsAllowed() && Parts::EndDelivery(*this, item);
         }
     }
 }
 
-DTimerDispatch::TimerListItem* DTimerDispatch::TakeHead() {
-    DMonitor monitor(m_csQueue);
-    return static_cast<TimerListItem*>(m_queue.RemoveHead());
+// Takes the oldest expiry off the queue. Its call begins under the same lock: whoever flushes the
+// queue finds the expiry there or the call under way.
+DTimerDispatch::TimerListItem* DTimerDispatch::Parts::BeginDelivery(DTimerDispatch& dispatch) {
+    DMonitor queue(dispatch.m_csQueue);
+    auto* const item = static_cast<TimerListItem*>(dispatch.m_queue.RemoveHead());
+    if (item != nullptr) {
+        dispatch.m_parts->m_call->Begin(item->m_listener, item->m_id);
+    }
+    return item;
 }
 
-// Frees the slot of a delivery, and says whether more is queued. The event is reset under the lock
-// under which Enqueue sets it, so no expiry waits behind a reset event.
-bool DTimerDispatch::RetireSlot(TimerListItem* item) {
-    DMonitor monitor(m_csQueue);
+// Frees the entry of a delivery. Returns whether more is queued. The event is reset under the lock
+// under which it is set, so no expiry waits while the event is reset.
+bool DTimerDispatch::Parts::EndDelivery(DTimerDispatch& dispatch, TimerListItem* item) {
+    DMonitor queue(dispatch.m_csQueue);
     if (item != nullptr) {
-        item->m_inUse = false;
+        FreeEntry(dispatch, item);
     }
-    bool const isEmpty = m_queue.IsEmpty();
+    bool const isEmpty = dispatch.m_queue.IsEmpty();
     if (isEmpty) {
-        m_queueEvent.Reset();
+        dispatch.m_queueEvent.Reset();
     }
     return !isEmpty;
 }

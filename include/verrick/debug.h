@@ -1,7 +1,7 @@
 /**
  * @file
- * The entry points of debug output: DbgMsg and OutputDebugString. They produce none, so that a
- * program that calls them keeps working.
+ * The calls of debug output, DbgMsg and OutputDebugString. They print nothing, and are there for
+ * programs that call them. They stand in flat/strings.h.
  */
 #ifndef VERRICK_DEBUG_H
 #define VERRICK_DEBUG_H

@@ -1,6 +1,7 @@
 /**
  * @file
- * The flat calls of every subsystem, for C99 and C++ programs.
+ * The flat calls of every subsystem and the constants of files and timers, for C99 and C++
+ * programs.
  */
 #ifndef VERRICK_FLAT_H
 #define VERRICK_FLAT_H
@@ -14,6 +15,7 @@
 #include <verrick/flat/queues.h>
 #include <verrick/flat/files.h>
 #include <verrick/flat/strings.h>
+#include <verrick/flat/constants.h>
 /* clang-format on */
 
 #endif

@@ -1,16 +1,19 @@
 /**
  * @file
- * Shared objects at run time: dlopen, dlsym and dlclose. LoadLibrary, GetProcAddress and
- * FreeLibrary are the same in flat calls, with a DDynamicLibrary behind the handle.
+ * Shared objects at run time. The classes stand for dlopen, dlsym and dlclose. The flat calls
+ * LoadLibrary, GetProcAddress and FreeLibrary (flat/files.h) do the same.
  *
- * A name goes to the loader unchanged, in the multibyte encoding of LC_CTYPE: without a slash the
- * loader's own rules find it, and the empty name is the program itself. Names and symbols have at
- * most 4095 characters, and at most 4095 bytes when converted; nothing is ever cut.
+ * A name goes to the system's loader unchanged, in the encoding of LC_CTYPE. Without a slash the
+ * loader's own rules find it. The empty name is the program itself. A name of a library or a symbol
+ * has at most 4095 characters, and at most 4095 bytes when converted. It is never cut.
  *
- * One lock of the process covers every unloading and every look-up made through this header, so a
- * look-up may wait for another library's destructors. From inside such a destructor a look-up goes
- * through. One object is loaded and unloaded by one thread at a time; look-ups in it may come from
- * any thread while it stays loaded.
+ * One object is loaded and unloaded by one thread at a time. While it stays loaded, look-ups in it
+ * may come from any thread.
+ *
+ * The library takes no lock here. The loader itself puts all loading, unloading and looking up of
+ * the process in order. So a call here may wait for another library's constructors or destructors,
+ * which the loader runs. They may use all calls of this header, in this library and in others. But
+ * they must not wait for another thread that makes such a call.
  */
 #ifndef VERRICK_LIBRARIES_H
 #define VERRICK_LIBRARIES_H
@@ -25,30 +28,38 @@ class VERRICK_API IDynamicLibrary {
 public:
     IDynamicLibrary();
 
-    /** Unloads. */
+    /** Unloads, as Unload does. */
     virtual ~IDynamicLibrary();
 
     /**
-     * Unloads what is loaded, then loads the library of that name. Gives whether a library is
-     * loaded afterwards.
+     * Unloads what is loaded, then loads a library. Stands for dlopen with RTLD_LAZY.
      *
-     * If the loader finds none, a line on standard output says why. A null name and one that is too
-     * long or can't be converted load nothing and print nothing; then the result is false, unless
-     * the library before refused to go.
+     * @param libraryName the name, or null to load nothing.
+     *
+     * Returns whether a library is loaded afterwards. If the loader refuses the name, a line on
+     * standard output tells its reason. Nothing is loaded or printed for a name that is null, too
+     * long or can't be converted. The result is then false, unless the loader refused to unload the
+     * library before. After such a refusal a name that loads takes the place of the old library,
+     * which stays in the process.
      */
     virtual bool Load(wchar_t const* libraryName) = 0;
 
     /**
-     * Unloads. A refusal of the loader is told on standard output, and the library stays loaded.
+     * Unloads the library. Stands for dlclose. Addresses in it are no longer good, unless somebody
+     * else in the process has it loaded too. If the loader refuses, a line on standard output tells
+     * its reason, and the library stays loaded. Does nothing if none is loaded.
      */
     virtual void Unload() = 0;
 
-    /** Whether a library is loaded. */
+    /** Returns whether a library is loaded. Doesn't block. */
     virtual bool IsLoaded() = 0;
 
     /**
-     * The address of a symbol, good until the library is unloaded; null if there is none, if no
-     * library is loaded, and for a name that is null, too long or can't be converted.
+     * Looks up a symbol. Stands for dlsym.
+     *
+     * Returns its address, which is good until the library is unloaded. Returns null if there is no
+     * such symbol or no library is loaded. It does so too for a name that is null, too long or
+     * can't be converted. Nothing is printed, and the text of dlerror is left to the caller.
      */
     virtual void* GetProcedureByName(wchar_t const* procName) const = 0;
 
@@ -56,11 +67,16 @@ public:
     IDynamicLibrary& operator=(IDynamicLibrary const&) = delete;
 };
 
-/** A shared object, as an application creates it; its destructor unloads. */
+/** A shared object, as an application creates it. */
 class VERRICK_API DDynamicLibrary : public IDynamicLibrary {
 public:
-    /** Loads the library of that name, none for null; IsLoaded tells. Throws std::bad_alloc. */
+    /**
+     * Loads a library, as Load does. A null name loads none. IsLoaded tells the outcome. Throws
+     * std::bad_alloc.
+     */
     explicit DDynamicLibrary(wchar_t const* libraryName);
+
+    /** Unloads, as Unload does. */
     ~DDynamicLibrary() override;
 
     bool Load(wchar_t const* libraryName) override;
@@ -72,11 +88,13 @@ private:
     IDynamicLibrary* m_impl; /* owned; constant after construction */
 };
 
-/** The work behind DDynamicLibrary. */
+/** The implementation of DDynamicLibrary. */
 class VERRICK_API DDynamicLibraryImpl : public IDynamicLibrary {
 public:
-    /** As DDynamicLibrary. */
+    /** Loads a library, as DDynamicLibrary's constructor does. */
     explicit DDynamicLibraryImpl(wchar_t const* libraryName);
+
+    /** Unloads, as Unload does. */
     ~DDynamicLibraryImpl() override;
 
     bool Load(wchar_t const* libraryName) override;
@@ -85,7 +103,8 @@ public:
     void* GetProcedureByName(wchar_t const* procName) const override;
 
 private:
-    /* What dlopen gave; null while nothing is loaded. Relaxed: the callers' order publishes it. */
+    /* What dlopen returned; null while nothing is loaded. Written and read without a lock. Relaxed
+     * is enough, because the caller hands the loaded object to other threads. */
     std::atomic<void*> m_handle;
 };
 

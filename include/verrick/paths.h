@@ -1,10 +1,10 @@
 /**
  * @file
- * Names of files in wide text. Nothing here looks at the file system but for the current directory,
- * which belongs to the process: a change of it on another thread shows in these calls.
+ * Names of files in wide text. These calls look at nothing in the file system except the current
+ * directory. It belongs to the process, so they see its change by another thread.
  *
- * The library also exports stat and fstat for the whole process, weak, with the answers of libc;
- * they are declared by the system's own <sys/stat.h>.
+ * The library also exports stat and fstat, weak, with the same answers as those of libc. The
+ * system's own header <sys/stat.h> declares them.
  */
 #ifndef VERRICK_PATHS_H
 #define VERRICK_PATHS_H
@@ -12,21 +12,30 @@
 #include <verrick/detail/api.h>
 
 /**
- * Stores the current directory, as getcwd gives it, in buffer, which has room for size wide
- * characters. Gives its length without the terminator; 0 if it doesn't fit with its terminator,
- * can't be had or can't be converted, and then buffer is as it was. A directory is never cut. Safe
- * from any thread.
+ * Stores the current directory. Stands for getcwd. Safe from any thread.
+ *
+ * @param buffer room for size wide characters. A null buffer is no error.
+ * @param size in wide characters, with the terminator.
+ *
+ * Returns the length without the terminator. The directory is never cut: the result is 0 if it has
+ * size bytes or more. It is 0 too if there is no current directory, if that can't be converted, and
+ * for a null buffer. Then buffer is unchanged.
  */
 VERRICK_API unsigned int GetCurrentDir(wchar_t* buffer, unsigned int size);
 
 /**
- * Stores name as an absolute name in buffer, which has room for size wide characters: white space
- * at the front removed, backslashes turned into slashes, and the current directory and a slash
- * ahead of a name that doesn't begin with a slash. The name needn't exist; its "." and ".." stay.
+ * Stores the absolute form of a name. White space at the front is removed, and backslashes become
+ * slashes. A name that doesn't begin with a slash gets the current directory and a slash in front.
+ * The file needn't exist. The components "." and ".." stay. Safe from any thread.
  *
- * Gives buffer, always. What doesn't fit is cut. If there is no current directory its text is
- * empty; if that can't be converted, buffer becomes the empty text. A null name, a null buffer and
- * a size of 0 leave buffer as it was. Throws std::bad_alloc. Safe from any thread.
+ * @param name wide text. It may be the same buffer as the destination.
+ * @param buffer room for size wide characters. What doesn't fit is cut.
+ * @param size in wide characters, with the terminator.
+ *
+ * Returns buffer, always. A null name, a null buffer and a size of 0 leave it unchanged. If there
+ * is no current directory, for example because it was removed, a relative name gets a slash alone
+ * in front. If the current directory can't be converted, the result is the empty text. Throws
+ * std::bad_alloc.
  */
 VERRICK_API wchar_t* GetFullFilename(wchar_t const* name, wchar_t* buffer, unsigned int size);
 

@@ -1,6 +1,6 @@
 /**
  * @file
- * Formatted printing into wide text: _sprintf, whose `%s` takes a wide string.
+ * Printing into wide text: _sprintf, whose `%s` takes a wide string. It stands in flat/strings.h.
  */
 #ifndef VERRICK_PRINTING_H
 #define VERRICK_PRINTING_H

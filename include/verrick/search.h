@@ -1,8 +1,9 @@
 /**
  * @file
- * Wildcard search of a directory in narrow text: _findfirst, _findnext, _findclose and their
- * matcher WildCardMatch. DDirList (listing.h) does the like in wide text, with a matcher of its own
- * and other rules; the two share nothing.
+ * Wildcard search of a directory in narrow text. The calls stand in flat/files.h; here is the
+ * record of a search, which belongs to these calls alone.
+ *
+ * DDirList (listing.h) does similar work in wide text, by other rules. The two are independent.
  */
 #ifndef VERRICK_SEARCH_H
 #define VERRICK_SEARCH_H
@@ -12,28 +13,20 @@
 
 #include <dirent.h>
 
-/**
- * One search. Its address is the handle that _findfirst gives; applications see no more of it. The
- * search owns the stream.
- *
- * 1. m_path holds the directory, terminated, and m_pattern points into the same array behind that
- *    terminator.
- * 2. The first m_prefixLength bytes of m_fullName are the directory and a slash; the rest is free
- *    for the name of the entry under examination.
+/** One search. Its address is the handle that _findfirst returns. It serves one thread at a time.
  */
 class VERRICK_API xDirStruct {
 public:
-    /** Begins without a directory. */
+    /** Makes a record without a directory. */
     xDirStruct();
 
     xDirStruct(xDirStruct const&) = delete;
     xDirStruct& operator=(xDirStruct const&) = delete;
 
-    DIR* m_dir;                  /**< owned; null while no directory is open */
-    char m_path[4096];           /**< the directory */
-    char m_fullName[4096];       /**< also holds the search text for a moment */
-    char* m_pattern;             /**< in m_path, behind the directory */
-    unsigned int m_prefixLength; /**< bytes of m_fullName that stay from entry to entry */
+    DIR* m_dir;            /**< owned by the search; null while no directory is open */
+    char m_path[4096];     /**< the directory, terminated, and after it the pattern */
+    char m_fullName[4096]; /**< holds the search text for a moment in _findfirst */
+    char* m_pattern;       /**< the pattern, which stands in m_path */
 };
 
 #endif

@@ -9,13 +9,13 @@
 #define VERRICK_VERSION_H
 
 /* A test compares these with CMakeLists.txt and both changelogs. */
-#define VERRICK_VERSION_MAJOR 2
-#define VERRICK_VERSION_MINOR 0
+#define VERRICK_VERSION_MAJOR 2 /**< the number ahead of the point */
+#define VERRICK_VERSION_MINOR 0 /**< the number after the point */
 
 /** The version as GetDLLVersion writes it: the minor number always has two digits. */
 #define VERRICK_VERSION "2.00"
 
-/** The version as one number that grows with each version, for comparisons in #if. */
+/** The version as one number that grows with each version, for comparisons by the preprocessor. */
 #define VERRICK_VERSION_NUMBER (VERRICK_VERSION_MAJOR * 100 + VERRICK_VERSION_MINOR)
 
 #endif

@@ -3,8 +3,8 @@
  * The types and names that programs with Win32 calls expect, over this library's calls.
  *
  * Opt in: no other header of the library includes this one. Everything here is a type, a macro or
- * an inline function; nothing is exported. The header reads as C99 and as C++11. It may stand
- * before or after any other header of the library.
+ * an inline function, and nothing is exported. The header reads as C99 and as C++11, by GCC and by
+ * Clang. It may stand before or after any other header of the library.
  *
  * Each call behaves as the Win32 call of its name, except where its comment says otherwise.
  *
@@ -16,7 +16,7 @@
  * - VERRICK_RECURSIVE_SECTIONS maps CRITICAL_SECTION and its calls onto sections that nest, so that
  *   code that enters a section twice works unchanged.
  * - VERRICK_WIN32_NO_THREADS leaves out the calls on threads and with them handles.h. Use it
- *   together with a header that has an XEvent of its own.
+ *   together with a header that has an XEvent of its own, such as Xlib.h.
  */
 #ifndef VERRICK_WIN32_H
 #define VERRICK_WIN32_H
@@ -24,6 +24,7 @@
 /* All headers that use a name that is mapped below come first, so that they see the plain name. */
 #include <verrick/flat.h>
 #ifdef __cplusplus
+#include <verrick/detail/section_calls.h>
 #include <verrick/interlocked.h>
 #include <verrick/rings.h>
 #endif

@@ -1,4 +1,5 @@
 #include "tests/files/scratch.h"
+#include "tests/support/memory.h"
 #include <verrick/listing.h>
 #include <verrick/paths.h>
 #include <verrick/search.h>
@@ -7,18 +8,32 @@
 
 #include <cerrno>
 #include <clocale>
-#include <cstdlib>
+#include <cstring>
 #include <cwchar>
+#include <dlfcn.h>
 #include <fcntl.h>
-#include <memory>
 #include <set>
 #include <sys/stat.h>
-#include <unistd.h>
+
+// A name that no file system here can have. The next readdir of the process returns it, if it isn't
+// empty.
+static std::string g_nextName;
+
+// Compiled with the same file offsets as the library, so this stands in for the call that it makes.
+extern "C" dirent* readdir(DIR* directory) {
+    static auto* const real = reinterpret_cast<dirent* (*)(DIR*)>(dlsym(RTLD_NEXT, "readdir64"));
+    static char room[2 * 4096];
+    if (g_nextName.empty()) {
+        return real(directory);
+    }
+    std::strcpy(room + offsetof(dirent, d_name), g_nextName.c_str());
+    g_nextName.clear();
+    return reinterpret_cast<dirent*>(room);
+}
 
 namespace {
 
 namespace fs = std::filesystem;
-using Names = std::set<std::wstring>;
 
 std::string const kForeign = "\u00E9\u20AC\U00010348";
 std::wstring const kWideForeign = L"\u00E9\u20AC\U00010348";
@@ -30,33 +45,41 @@ std::wstring Wide(std::string const& text) {
 }
 
 // What both faces find for a text.
+using Names = std::set<std::wstring>;
 using Found = std::pair<Names, Names>;
 
-Found Find(std::string const& text) {
-    Found found;
-    FindData data;
-    errno = 0;
-    long const search = _findfirst(text.c_str(), &data);
-    for (int end = search == -1 ? -1 : 0; end == 0; end = _findnext(search, &data)) {
-        found.first.insert(Wide(data.name));
+class Directories : public testing::Test {
+protected:
+    // Each returns whether its face finds an entry. The first one is then in data or in info.
+    bool IsSearched(std::string const& text) {
+        return _findclose(_findfirst(text.c_str(), &data)) == 0;
     }
-    EXPECT_EQ(errno, ENOENT);
-    EXPECT_EQ(_findclose(search), search == -1 ? -1 : 0);
-    DDirList list;
-    DFileInfo info;
-    for (bool more = list.FindFirst(Wide(text).c_str(), &info); more; more = list.FindNext(&info)) {
-        found.second.insert(info.name);
-    }
-    return found;
-}
+    bool IsListed(std::string const& text) { return list.FindFirst(Wide(text).c_str(), &info); }
 
-TEST(Directories, HoldWhatTheTextAsksForByTheRulesOfEachFace) {
+    Found Find(std::string const& text) {
+        Found found;
+        long const search = _findfirst(text.c_str(), &data);
+        for (int end = search == -1 ? -1 : 0; end == 0; end = _findnext(search, &data)) {
+            found.first.insert(Wide(data.name));
+        }
+        EXPECT_EQ(_findclose(search), search == -1 ? -1 : 0);
+        for (bool more = IsListed(text); more; more = list.FindNext(&info)) {
+            found.second.insert(info.name);
+        }
+        return found;
+    }
+
     Scratch scratch;
+    FindData data{7, 1, 2, 3, 9, "x"};
+    DFileInfo info{3, 9, L"x", true};
+    DDirList list;
+};
+
+TEST_F(Directories, HoldWhatTheTextAsksForByTheRulesOfEachFace) {
     fs::create_directory("src");
     for (char const* name : {"a.c", "b.C", ".e", "src/s.c"}) {
         WriteFile(name, "text");
     }
-    int const lowestFree = dup(0);
     Names const every{L".", L"..", L".e", L"a.c", L"b.C", L"src"};
     std::pair<char const*, Found> const cases[] = {{"*.c", {{L"a.c", L"b.C"}, {L"a.c", L"b.C"}}},
                                                    {"*.*", {{L"a.c", L"b.C"}, every}},
@@ -67,47 +90,82 @@ TEST(Directories, HoldWhatTheTextAsksForByTheRulesOfEachFace) {
                                                    {"missing/*", {}},
                                                    {"/*", {}},
                                                    {"", {}}};
+    int const next = NextDescriptor();
     for (auto const& [text, found] : cases) {
         EXPECT_EQ(Find(text), found) << text;
     }
-    EXPECT_EQ(_findfirst(nullptr, nullptr) + _findnext(-1, nullptr), -2);
-    EXPECT_FALSE(DDirList().FindFirst(nullptr, nullptr));
-    EXPECT_EQ(dup(0), lowestFree + 1) << "nothing stays open";
+    EXPECT_EQ(_findfirst(nullptr, nullptr), -1);
+    EXPECT_EQ(_findnext(-1, nullptr), -1);
+    EXPECT_FALSE(list.FindFirst(nullptr, nullptr));
+    EXPECT_EQ(NextDescriptor(), next) << "nothing stays open";
 }
 
-// What both faces tell of the first entry: whether there is one, its size and its time.
-DFileInfo ExpectFirst(std::string const& text, bool found, bool listed, unsigned int size) {
-    FindData data{7, 1, 2, 3, 4, "x"};
-    DFileInfo info{3, 4, L"x", false};
-    EXPECT_EQ(_findclose(_findfirst(text.c_str(), &data)), found ? 0 : -1) << text;
-    EXPECT_EQ(DDirList().FindFirst(Wide(text).c_str(), &info), listed) << text;
-    EXPECT_EQ(data.size, found ? size : 4) << text;
-    EXPECT_EQ(info.size, listed ? size : 4) << text;
-    EXPECT_TRUE(data.attributes == 7 && (data.writeTime == info.time || found != listed));
-    return info;
+TEST_F(Directories, TellTheStatusOfAnEntry) {
+    WriteFile("file", "text");
+    timespec const times[] = {{1000, 0}, {-5, 0}};
+    utimensat(AT_FDCWD, "file", times, 0);
+    EXPECT_TRUE(IsSearched("file"));
+    EXPECT_EQ(data.attributes, 7u) << "never written";
+    EXPECT_GT(data.createTime, 1'000'000'000);
+    EXPECT_EQ(data.accessTime, 1000);
+    EXPECT_EQ(data.writeTime, -5);
+    EXPECT_TRUE(IsListed("file"));
+    EXPECT_EQ(info.time, -5);
+    EXPECT_EQ(info.size, 4u);
+    fs::resize_file("file", 3LL << 30);
+    EXPECT_TRUE(IsSearched("file"));
+    EXPECT_EQ(data.size, 3u << 30);
+    fs::resize_file("file", 5LL << 30);
+    EXPECT_TRUE(IsListed("file"));
+    EXPECT_EQ(info.size, 0xFFFFFFFF);
+    fs::create_symlink(".", "here");
+    EXPECT_TRUE(IsListed("here"));
+    EXPECT_TRUE(info.isDirectory);
 }
 
-TEST(Directories, TellTheStatusOfEachEntry) {
-    Scratch scratch;
-    WriteFile("large", "x");
-    fs::resize_file("large", 3LL << 30);
-    timespec const times[] = {{0, 0}, {-5, 0}};
-    utimensat(AT_FDCWD, "large", times, 0);
-    EXPECT_EQ(ExpectFirst("large", true, true, 3u << 30).time, -5);
-    fs::resize_file("large", 5LL << 30);
-    ExpectFirst("large", true, true, 0xFFFFFFFF);
-    fs::create_directory_symlink("nowhere", "link");
-    EXPECT_EQ(ExpectFirst("link", true, true, 0).time, 0);
-    fs::create_directory_symlink(".", "here");
-    DFileInfo info;
-    EXPECT_TRUE(DDirList().FindFirst(L"here", &info) && info.isDirectory);
+TEST_F(Directories, TellZerosOfALinkThatPointsNowhereAndLeaveErrnoAlone) {
+    fs::create_symlink("nowhere", "link");
+    errno = 77;
+    EXPECT_TRUE(IsSearched("link"));
+    EXPECT_TRUE(IsListed("link"));
+    EXPECT_EQ(errno, 77);
+    EXPECT_EQ(data.createTime, 0);
+    EXPECT_EQ(data.size, 0u);
+    EXPECT_EQ(info.time, 0);
+    EXPECT_FALSE(info.isDirectory);
 }
 
-// Texts, directories and joined names of every length around the sizes of their arrays.
-TEST(Directories, AreFoundAsDeepAsTheirNamesFit) {
-    Scratch scratch;
+TEST_F(Directories, AreTheOnesThatWereOpened) {
+    auto const fill = [](std::string const& text) {
+        fs::create_directory("dir");
+        for (char const* name : {"dir/xa", "dir/xb", "dir/xc", "dir/xd"}) {
+            WriteFile(name, text);
+        }
+    };
+    fill("text");
+    long const search = _findfirst("dir/x*", &data);
+    EXPECT_TRUE(IsListed("dir/x*"));
+    auto const expectText = [&](char const* after) {
+        EXPECT_EQ(_findnext(search, &data), 0);
+        EXPECT_EQ(data.size, 4u) << after;
+        EXPECT_TRUE(list.FindNext(&info));
+        EXPECT_EQ(info.size, 4u) << after;
+    };
+    fs::rename("dir", "other");
+    expectText("a rename");
+    fill("");
+    expectText("a replacement");
+    fs::current_path("/");
+    expectText("a chdir");
+    _findclose(search);
+}
+
+// Directories and texts of every length around the sizes of their arrays.
+TEST_F(Directories, AreFoundAsDeepAsTheirNamesFit) {
+    WriteFile("abc.c", "text");
     for (unsigned int bytes = 4085; bytes <= 4098; ++bytes) {
-        fs::current_path(scratch.path);
+        std::string const slashes(bytes - scratch.path.size() - 5, '/');
+        EXPECT_EQ(IsSearched(scratch.path + slashes + "abc.c"), bytes <= 4095);
         for (std::size_t left = bytes - scratch.path.size(); left > 0;) {
             std::string const name(left > 202 ? 200 : left > 201 ? 100 : left - 1, 'd');
             mkdir(name.c_str(), 0700);
@@ -115,36 +173,125 @@ TEST(Directories, AreFoundAsDeepAsTheirNamesFit) {
             left -= name.size() + 1;
         }
         WriteFile("abc.c", "text");
-        auto const whole = std::make_unique<wchar_t[]>(8192);
-        EXPECT_EQ(GetCurrentDir(whole.get(), bytes), 0u);
-        EXPECT_EQ(GetCurrentDir(whole.get(), 8192), bytes <= 4095 ? bytes : 0);
+        data.size = info.size = 9;
+        EXPECT_EQ(IsSearched("abc.c"), bytes <= 4089);
+        EXPECT_EQ(data.size, bytes <= 4089 ? 4u : 9u);
+        EXPECT_EQ(IsListed("abc.c"), bytes <= 4090);
+        EXPECT_EQ(info.size, bytes <= 4090 ? 4u : 9u);
+        std::wstring whole(8192, L'?');
+        EXPECT_EQ(GetCurrentDir(whole.data(), bytes), 0u);
+        EXPECT_EQ(GetCurrentDir(whole.data(), 8192), bytes <= 4095 ? bytes : 0);
+        whole = (bytes <= 4095 ? whole.c_str() : L"") + std::wstring(L"/abc.c");
         for (unsigned int size = bytes - 1; size < bytes + 9; ++size) {
-            auto const exact = std::make_unique<wchar_t[]>(size);
-            GetFullFilename(L"abc.c", exact.get(), size);
-            EXPECT_EQ(exact.get(), (whole.get() + std::wstring(L"/abc.c")).substr(0, size - 1));
+            std::wstring cut(size + 1, L'?');
+            GetFullFilename(L"abc.c", cut.data(), size);
+            EXPECT_EQ(cut.c_str(), whole.substr(0, size - 1));
+            EXPECT_EQ(cut[size], L'?') << "past the buffer";
         }
-        ExpectFirst("*.c", bytes <= 4091, bytes <= 4092, bytes + 6 <= 4095 ? 4 : 0);
-
         fs::current_path(scratch.path);
-        WriteFile("abc.c", "text");
-        std::string const slashes(bytes - scratch.path.size() - 3, '/');
-        ExpectFirst(scratch.path + slashes + "*.c", bytes <= 4095, bytes <= 4096,
-                    bytes + 2 <= 4095 ? 4 : 0);
     }
 }
 
-TEST(Directories, SpeakTheLanguageOfTheLocale) {
-    Scratch scratch;
+TEST_F(Directories, AreListedByWhatIsLeftOfAPathThatWasCut) {
+    WriteFile("abc.c", "text");
+    std::string const directory = scratch.path + std::string(4093 - scratch.path.size(), '/');
+    EXPECT_TRUE(IsListed(directory + "*.c"));
+    EXPECT_STREQ(info.name, L"abc.c");
+    EXPECT_FALSE(IsListed(directory + "/*.c")) << "nothing fits *.";
+    EXPECT_TRUE(IsListed(directory + "//*.c")) << "everything fits *";
+    EXPECT_FALSE(IsListed(directory + "///*.c")) << "nothing fits the empty pattern";
+}
+
+TEST_F(Directories, GiveNamesWholeOrNotAtAll) {
+    for (std::size_t bytes : {256, 1024, 4095, 4096, 5000}) {
+        g_nextName.assign(bytes, 'n');
+        EXPECT_EQ(IsSearched("nnn*"), bytes < 4096);
+        EXPECT_EQ(std::strlen(data.name), bytes < 4096 ? bytes : 4095);
+        g_nextName.assign(bytes, 'n');
+        EXPECT_EQ(IsListed("nnn*"), bytes < 4096);
+        EXPECT_EQ(std::wcslen(info.name), bytes < 4096 ? bytes : 4095);
+    }
+}
+
+// A file in the place of the directory's descriptor makes the next read of the directory fail.
+TEST_F(Directories, TellAReadErrorFromTheEnd) {
+    for (bool const broken : {false, true}) {
+        int const file = open("/dev/null", O_RDONLY);
+        int const directory = NextDescriptor();
+        long const search = _findfirst("*", &data);
+        dup2(broken ? file : directory, directory);
+        while (_findnext(search, &data) == 0) {
+        }
+        EXPECT_EQ(errno, broken ? ENOTDIR : ENOENT);
+        _findclose(search);
+        EXPECT_TRUE(IsListed("*"));
+        dup2(broken ? file : directory, directory);
+        errno = 0;
+        while (list.FindNext(&info)) {
+        }
+        EXPECT_EQ(errno, broken ? ENOTDIR : 0);
+        list.FindFirst(nullptr, &info);
+        close(file);
+    }
+}
+
+TEST_F(Directories, AreNotBelowTheRootIfTheCurrentOneWasRemoved) {
+    fs::create_directory("dir");
+    fs::current_path("dir");
+    fs::remove("../dir");
+    EXPECT_TRUE(IsListed("/proc/*"));
+    EXPECT_FALSE(IsListed("proc/*"));
+    EXPECT_FALSE(IsSearched("*"));
+}
+
+TEST_F(Directories, AreNotFoundWhenMemoryIsShort) {
+    WriteFile("file", "text");
+    for (int granted = 0; granted < 3; ++granted) {
+        MemoryShortage const shortage(granted);
+        EXPECT_FALSE(list.FindFirst(L"file", &info)) << granted;
+    }
+    EXPECT_TRUE(IsListed("file"));
+    MemoryShortage const shortage;
+    EXPECT_EQ(_findfirst("file", &data), -1);
+    EXPECT_EQ(errno, ENOMEM);
+}
+
+TEST_F(Directories, ForgetTheSearchBefore) {
+    EXPECT_TRUE(IsListed(".."));
+    EXPECT_TRUE(IsListed("*"));
+    EXPECT_TRUE(list.FindNext(&info)) << "without the old pattern";
+    EXPECT_FALSE(list.FindFirst(nullptr, &info));
+    EXPECT_FALSE(list.FindNext(&info)) << "without the old directory";
+}
+
+TEST_F(Directories, HaveNoPathBeforeTheirFirstSearch) {
+    alignas(DDirListImpl) unsigned char room[sizeof(DDirListImpl)];
+    std::memset(room, 'x', sizeof room);
+    auto* const fresh = new (room) DDirListImpl;
+    EXPECT_STREQ(fresh->GetFullPath(), L"");
+    EXPECT_FALSE(fresh->FindNext(&info));
+    fresh->~DDirListImpl();
+}
+
+TEST_F(Directories, AreNamedInAnyBufferThatCanTakeThem) {
+    wchar_t buffer[] = L" \\kept";
+    EXPECT_EQ(GetCurrentDir(nullptr, 4096), 0u);
+    EXPECT_EQ(GetCurrentDir(buffer, 0), 0u);
+    EXPECT_EQ(GetFullFilename(L"a", nullptr, 8), nullptr);
+    GetFullFilename(L"a", buffer, 0);
+    EXPECT_STREQ(GetFullFilename(nullptr, buffer, 7), L" \\kept");
+    EXPECT_STREQ(GetFullFilename(buffer, buffer, 7), L"/kept") << "name and buffer are the same";
+}
+
+TEST_F(Directories, SpeakTheLanguageOfTheLocale) {
     fs::create_directory(kForeign);
     fs::current_path(kForeign);
     WriteFile(kForeign, "text");
-    DDirList list;
-    DFileInfo info;
     wchar_t buffer[4096] = L"kept";
     EXPECT_FALSE(list.FindFirst((L"/" + kWideForeign).c_str(), &info)) << "not in the C locale";
     EXPECT_STREQ(list.GetFullPath(), L"");
     EXPECT_EQ(GetCurrentDir(buffer, 4096), 0u);
-    EXPECT_STREQ(GetFullFilename(nullptr, buffer, 8), L"kept");
+    EXPECT_STREQ(buffer, L"kept");
     EXPECT_STREQ(GetFullFilename(L"tmp", buffer, 4096), L"") << "not the name of another file";
     EXPECT_STREQ(GetFullFilename(L" \t\\a\\../ ", buffer, 8), L"/a/../ ");
 
@@ -152,7 +299,7 @@ TEST(Directories, SpeakTheLanguageOfTheLocale) {
     EXPECT_EQ(Find("../" + kForeign + "/?*"), (Found{{L".", kWideForeign}, {L".", kWideForeign}}));
     WriteFile("ab\xFFz", "text");
     std::wmemset(info.name, L'?', 4096);
-    EXPECT_TRUE(list.FindFirst(L"ab*", &info));
+    EXPECT_TRUE(IsListed("ab*"));
     EXPECT_STREQ(info.name, L"ab") << "ends at the fault";
     EXPECT_EQ(list.GetFullPath(), Wide(scratch.path + "/" + kForeign));
 }

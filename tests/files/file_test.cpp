@@ -3,75 +3,131 @@
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
 
+namespace fs = std::filesystem;
+
 // Status, count and bytes of one transfer.
 using Transfer = std::tuple<FileStatus, unsigned int, std::string>;
 
-Transfer ReadFrom(DFile& file) {
-    char text[100] = {};
-    unsigned int count = 999;
-    FileStatus const status = file.Read(text, sizeof text, &count);
-    return {status, count, text};
-}
+class File : public testing::Test {
+protected:
+    Transfer Read() {
+        char text[100] = {};
+        unsigned int count = 999;
+        FileStatus const status = file.Read(text, sizeof text, &count);
+        return {status, count, text};
+    }
+    FileStatus Write(std::string text) {
+        return file.Write(text.data(), static_cast<unsigned int>(text.size()), nullptr);
+    }
 
-FileStatus WriteTo(DFile& file) {
-    char text[] = "new";
-    return file.Write(text, 3, nullptr);
-}
-
-TEST(File, ModesKeepEmptyOrExtendAFile) {
     Scratch scratch;
+    DFile file;
+};
+
+TEST_F(File, ModesKeepEmptyOrExtendAFile) {
+    int const next = NextDescriptor();
     for (unsigned int mode = 0; mode <= 16; ++mode) {
         bool const reads = mode == 1 || mode == 2 || mode == 3 || mode == 11;
         bool const empties = mode == 6 || mode == 7;
         bool const accepted = reads || empties || mode == 10;
         WriteFile("file", "old");
-        DFile file;
         ASSERT_EQ(file.Open("file", mode), accepted ? FILE_STATUS_OK : FILE_STATUS_FAILED) << mode;
+        EXPECT_EQ(fcntl(next, F_GETFD), accepted ? FD_CLOEXEC : -1) << "not inherited by programs";
         EXPECT_EQ(file.Open("missing", 1), accepted ? FILE_STATUS_FAILED : FILE_STATUS_NOT_FOUND);
-        EXPECT_EQ(std::get<2>(ReadFrom(file)), reads ? "old" : "") << mode;
+        EXPECT_EQ(std::get<std::string>(Read()), reads ? "old" : "") << mode;
         file.Seek(0, IFile::ORIGIN_BEGIN);
-        EXPECT_EQ(WriteTo(file) != FILE_STATUS_NOT_FOUND, accepted);
+        Write("new");
         file.Close();
-        EXPECT_EQ(std::filesystem::file_size("file"), mode == 1 || empties || !accepted ? 3u : 6u);
+        EXPECT_EQ(fs::file_size("file"), mode == 1 || empties || !accepted ? 3u : 6u) << mode;
     }
 }
 
-TEST(File, TellsWhyItFailsCountsUnwrittenBytesAndClearsItsMarksWithTheSize) {
-    Scratch scratch;
-    DFile file;
+TEST_F(File, TellsWhyItDoesNotOpen) {
+    EXPECT_EQ(file.Open(".", FILE_MODE_WRITE), FILE_STATUS_FAILED);
+    EXPECT_EQ(file.Open(nullptr, FILE_MODE_READ), FILE_STATUS_FAILED);
+    EXPECT_EQ(Read(), (Transfer{FILE_STATUS_NOT_FOUND, 999, ""}));
     bool const root = geteuid() == 0 && seteuid(65534) == 0;
     chmod(".", root ? 0700 : 0);
     EXPECT_EQ(file.Open((scratch.path + "/file").c_str(), 1), FILE_STATUS_ACCESS_DENIED);
     EXPECT_EQ(root ? seteuid(0) : chmod(".", 0700), 0);
-    EXPECT_EQ(ReadFrom(file), (Transfer{FILE_STATUS_NOT_FOUND, 999, ""}));
-    ASSERT_EQ(mkfifo("fifo", 0600), 0);
-    EXPECT_EQ(file.Open("fifo/below", 1), FILE_STATUS_FAILED);
-    ASSERT_EQ(file.Open("fifo", 3), FILE_STATUS_OK);
-    EXPECT_EQ(file.Seek(0, IFile::ORIGIN_BEGIN), FILE_STATUS_FAILED);
-    EXPECT_EQ(file.Position() + file.Size(), 0);
-    file.Close();
-    ASSERT_EQ(file.Open(std::string(60, 'n').c_str(), 7), FILE_STATUS_OK);
+}
+
+TEST_F(File, IsClosedByItsDestructor) {
+    int const next = NextDescriptor();
+    {
+        DFile other;
+        ASSERT_EQ(other.Open("file", FILE_MODE_WRITE), FILE_STATUS_OK);
+        EXPECT_NE(fcntl(next, F_GETFD), -1);
+    }
+    EXPECT_EQ(fcntl(next, F_GETFD), -1);
+}
+
+TEST_F(File, OpensAWholeNameAndForgetsItWithClose) {
+    std::string const name(60, 'n');
+    ASSERT_EQ(file.Open(name.c_str(), FILE_MODE_WRITE), FILE_STATUS_OK);
+    EXPECT_TRUE(fs::exists(name));
     EXPECT_EQ(file.Name(), std::string(39, 'n'));
-    EXPECT_EQ(WriteTo(file), FILE_STATUS_OK);
-    EXPECT_EQ(file.Seek(-3, IFile::ORIGIN_CURRENT), FILE_STATUS_OK);
-    EXPECT_EQ(file.Size() + file.Position(), 3);
-    EXPECT_EQ(ReadFrom(file), (Transfer{FILE_STATUS_OK, 3, "new"}));
-    EXPECT_EQ(ReadFrom(file), (Transfer{FILE_STATUS_END_OF_FILE, 0, ""}));
-    EXPECT_EQ(file.Size() + file.Position(), 6);
-    EXPECT_EQ(file.Read(nullptr, 0, nullptr), FILE_STATUS_OK);
-    EXPECT_EQ(file.Seek(1, static_cast<IFile::origin_t>(3)), FILE_STATUS_FAILED);
     file.Close();
-    ASSERT_EQ(file.Open("other", 6), FILE_STATUS_OK);
-    EXPECT_EQ(ReadFrom(file), (Transfer{FILE_STATUS_FAILED, 0, ""}));
-    EXPECT_EQ(WriteTo(file), FILE_STATUS_FAILED) << "an error sticks";
-    std::filesystem::resize_file("other", 3LL << 30);
-    EXPECT_EQ(file.Size(), 0) << "more than fits";
-    EXPECT_EQ(WriteTo(file), FILE_STATUS_OK);
+    EXPECT_EQ(file.Name(), nullptr);
+    ASSERT_EQ(file.Open("short", FILE_MODE_WRITE), FILE_STATUS_OK);
+    EXPECT_STREQ(file.Name(), "short");
+}
+
+TEST_F(File, IsAtItsEndUntilASeekOrASizeLooksAgain) {
+    Transfer const end{FILE_STATUS_END_OF_FILE, 0, ""};
+    WriteFile("file", "old");
+    ASSERT_EQ(file.Open("file", FILE_MODE_READ), FILE_STATUS_OK);
+    EXPECT_EQ(Read(), (Transfer{FILE_STATUS_OK, 3, "old"}));
+    EXPECT_EQ(Read(), end);
+    WriteFile("file", "old and more");
+    EXPECT_EQ(Read(), end);
+    EXPECT_EQ(file.Size(), 12);
+    EXPECT_EQ(file.Position(), 3);
+    EXPECT_EQ(Read(), (Transfer{FILE_STATUS_OK, 9, " and more"}));
+    EXPECT_EQ(Read(), end);
+    EXPECT_EQ(file.Seek(1, static_cast<IFile::origin_t>(3)), FILE_STATUS_FAILED);
+    EXPECT_EQ(file.Seek(-4, IFile::ORIGIN_CURRENT), FILE_STATUS_OK);
+    EXPECT_EQ(Read(), (Transfer{FILE_STATUS_OK, 4, "more"}));
+}
+
+TEST_F(File, TellsOfALostWriteAfterAFlush) {
+    ASSERT_EQ(file.Open("/dev/full", FILE_MODE_WRITE), FILE_STATUS_OK);
+    EXPECT_EQ(Write("new"), FILE_STATUS_OK);
+    file.Flush();
+    EXPECT_EQ(Write(""), FILE_STATUS_FAILED);
+    EXPECT_EQ(file.Seek(0, IFile::ORIGIN_BEGIN), FILE_STATUS_OK);
+    EXPECT_EQ(Write(""), FILE_STATUS_FAILED) << "a seek leaves the mark";
+    file.Size();
+    EXPECT_EQ(Write(""), FILE_STATUS_OK) << "Size drops it";
+}
+
+TEST_F(File, CountsBufferedBytesAndFlushesThem) {
+    ASSERT_EQ(file.Open("file", FILE_MODE_WRITE), FILE_STATUS_OK);
+    Write("new");
+    EXPECT_EQ(file.Size(), 3);
+    Write("er");
+    EXPECT_EQ(fs::file_size("file"), 3u);
+    file.Flush();
+    EXPECT_EQ(fs::file_size("file"), 5u);
+}
+
+TEST_F(File, HasNoPositionWhereAnIntOrTheSystemHasNone) {
+    ASSERT_EQ(file.Open("large", FILE_MODE_WRITE), FILE_STATUS_OK);
+    fs::resize_file("large", 3LL << 30);
+    EXPECT_EQ(file.Size(), 0);
+    EXPECT_EQ(file.Seek(0, IFile::ORIGIN_END), FILE_STATUS_OK);
+    EXPECT_EQ(file.Position(), 0);
+    file.Close();
+    ASSERT_EQ(mkfifo("fifo", 0600), 0);
+    ASSERT_EQ(file.Open("fifo", FILE_MODE_READ | FILE_MODE_WRITE), FILE_STATUS_OK);
+    EXPECT_EQ(file.Seek(0, IFile::ORIGIN_BEGIN), FILE_STATUS_FAILED);
+    EXPECT_EQ(file.Size(), 0);
 }
 
 } // namespace

@@ -1,10 +1,12 @@
-// A directory of a test's own: the current directory while the object lives, gone afterwards.
+// A directory of a test's own. It is the current directory while the object lives, and is removed
+// at the end.
 #pragma once
 
 #include <filesystem>
 #include <fstream>
 #include <stdlib.h>
 #include <string>
+#include <unistd.h>
 
 struct Scratch {
     Scratch() { std::filesystem::current_path(path = mkdtemp(path.data())); }
@@ -16,4 +18,11 @@ struct Scratch {
 
 inline void WriteFile(std::string const& name, std::string const& text) {
     std::ofstream(name) << text;
+}
+
+// Returns the descriptor that the next file or directory gets.
+inline int NextDescriptor() {
+    int const next = dup(0);
+    close(next);
+    return next;
 }

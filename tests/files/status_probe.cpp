@@ -1,5 +1,5 @@
 // Prints the answers of stat to the paths of the command line, and of fstat to their descriptors
-// and to some bad ones. Built with the library and without it; check_status.sh compares the two.
+// and to some bad ones. It is built with the library and without it. check_status.sh compares them.
 #include <cerrno>
 #include <cstdio>
 #include <cstring>

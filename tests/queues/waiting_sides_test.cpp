@@ -10,50 +10,49 @@
 #include <algorithm>
 #include <optional>
 #include <set>
-#include <utility>
 #include <vector>
 
 using verrick::kReceivers;
 using verrick::kSenders;
 using verrick::Side;
 
-enum Step { kLooks, kTimesOut, kIsCancelled };
+enum Action { kLook, kTimeOut, kCancel };
+
+struct Step {
+    int thread;
+    Action action;
+};
 
 struct ModelThread {
-    explicit ModelThread(Side ofSide) : side(ofSide) {}
-
-    Side const side;
+    Side side = kSenders;
     std::optional<verrick::WaitingCall> wait;
     bool isCancelled = false;
 
     bool IsAsleep() const { return wait && !wait->IsWoken(); }
     bool IsWoken() const { return wait && wait->IsWoken(); }
-    bool CanDo(Step step) const {
-        return !isCancelled && (step == kLooks ? !IsAsleep() : wait.has_value());
+    bool CanDo(Action action) const {
+        return !isCancelled && (action == kLook ? !IsAsleep() : wait.has_value());
     }
 };
 
 struct Model {
-    explicit Model(int slots) : capacity(slots) {}
-
-    int const capacity;
+    int capacity = 0;
     int messages = 0;
     verrick::WaitingSides sides;
-    ModelThread threads[4] = {ModelThread(kSenders), ModelThread(kSenders), ModelThread(kReceivers),
-                              ModelThread(kReceivers)};
+    ModelThread threads[4];
     std::vector<int> asleep; // in the order of the lists
 
-    // What there is for a side: free slots or messages.
+    // Free slots or messages.
     int Supply(Side side) const { return side == kSenders ? capacity - messages : messages; }
 
-    void Do(int number, Step step) {
-        ModelThread& thread = threads[number];
-        if (step == kLooks || (step == kTimesOut && thread.IsWoken())) {
-            Look(number, thread);
+    void Do(Step step) {
+        ModelThread& thread = threads[step.thread];
+        if (step.action == kLook || (step.action == kTimeOut && thread.IsWoken())) {
+            Look(thread, step.thread);
         } else {
             sides.GiveUp(*thread.wait, Supply(thread.side) > 0);
             thread.wait.reset();
-            thread.isCancelled = step == kIsCancelled;
+            thread.isCancelled = step.action == kCancel;
         }
         if (verrick::WaitingCall* const woken = sides.TakeWoken()) {
             woken->Post();
@@ -62,33 +61,32 @@ struct Model {
     }
 
     // A post that doesn't come shows as the test's own time-out.
-    void Look(int number, ModelThread& thread) {
+    void Look(ModelThread& thread, int number) {
         if (thread.IsWoken()) {
             thread.wait->AwaitPost();
         }
-        if (Supply(thread.side) == 0) {
-            asleep.insert(thread.IsWoken() ? asleep.begin() : asleep.end(), number);
-            if (!thread.wait) {
-                thread.wait.emplace(thread.side, INFINITE);
-            }
-            sides.Add(*thread.wait);
-        } else {
+        if (Supply(thread.side) > 0) {
             thread.wait.reset();
             messages += thread.side == kSenders ? 1 : -1;
             sides.Moved(thread.side == kSenders ? kReceivers : kSenders);
+            return;
         }
-    }
-
-    int Count(Side side, bool (ModelThread::*is)() const) const {
-        return static_cast<int>(std::ranges::count_if(threads, [side, is](ModelThread const& each) {
-            return each.side == side && (each.*is)();
-        }));
+        asleep.insert(thread.IsWoken() ? asleep.begin() : asleep.end(), number);
+        if (!thread.wait) {
+            thread.wait.emplace(thread.side, INFINITE);
+        }
+        sides.Add(*thread.wait);
     }
 
     // The rule at the head of queues/waiting_sides.h.
     bool KeepsTheRule(Side side) const {
-        return Count(side, &ModelThread::IsAsleep) == 0 ||
-               Supply(side) <= Count(side, &ModelThread::IsWoken);
+        int sleeping = 0;
+        int woken = 0;
+        for (ModelThread const& thread : threads) {
+            sleeping += thread.side == side && thread.IsAsleep() ? 1 : 0;
+            woken += thread.side == side && thread.IsWoken() ? 1 : 0;
+        }
+        return sleeping == 0 || Supply(side) <= woken;
     }
 
     // Two models of the same state go on in the same way.
@@ -102,30 +100,26 @@ struct Model {
     }
 };
 
-using Path = std::vector<std::pair<int, Step>>;
-
 class WaitingSides : public testing::TestWithParam<int> {};
 INSTANTIATE_TEST_SUITE_P(Capacity, WaitingSides, testing::Values(1, 2));
 
 TEST_P(WaitingSides, NeverLeaveAMessageOrASlotToSleepers) {
     std::set<std::vector<int>> seen;
-    for (std::vector<Path> paths(1); !paths.empty();) {
-        Path const path = std::move(paths.back());
+    for (std::vector<std::vector<Step>> paths(1); !paths.empty();) {
+        auto const path = std::move(paths.back());
         paths.pop_back();
-        Model model(GetParam());
-        for (auto const& [thread, step] : path) {
-            model.Do(thread, step);
-        }
-        ASSERT_TRUE(model.KeepsTheRule(kSenders)) << testing::PrintToString(path);
-        ASSERT_TRUE(model.KeepsTheRule(kReceivers)) << testing::PrintToString(path);
-        if (!seen.insert(model.State()).second) {
-            continue;
-        }
-        for (int thread = 0; thread < 4; ++thread) {
-            for (Step const step : {kLooks, kTimesOut, kIsCancelled}) {
-                if (model.threads[thread].CanDo(step)) {
+        Model model;
+        model.capacity = GetParam();
+        model.threads[2].side = kReceivers;
+        model.threads[3].side = kReceivers;
+        std::ranges::for_each(path, [&model](Step step) { model.Do(step); });
+        ASSERT_TRUE(model.KeepsTheRule(kSenders));
+        ASSERT_TRUE(model.KeepsTheRule(kReceivers));
+        for (bool const isNew = seen.insert(model.State()).second; int thread : {0, 1, 2, 3}) {
+            for (Action const action : {kLook, kTimeOut, kCancel}) {
+                if (isNew && model.threads[thread].CanDo(action)) {
                     paths.push_back(path);
-                    paths.back().emplace_back(thread, step);
+                    paths.back().push_back({thread, action});
                 }
             }
         }

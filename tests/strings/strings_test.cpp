@@ -31,9 +31,10 @@ TEST(Strings, AreTrimmedKeepingTheFirstCharacterOnTheRightOnly) {
 TEST(Strings, FoldToUpperCaseAndSortNullFirst) {
     ASSERT_NE(std::setlocale(LC_CTYPE, "C.UTF-8"), nullptr);
     std::tuple<wchar_t const*, wchar_t const*, int> const cases[] = {
-        {nullptr, nullptr, 0}, {nullptr, L"", -1},      {L"abc", L"ABCD", -1},
-        {L"aBc", L"AbC", 0},   {L"a_", L"ab", 1},       {L"\u00e4", L"\u00c4", 0},
-        {L"a", L"\u0436", -1}, {L"\U0010ffff", L"z", 1}};
+        {nullptr, nullptr, 0}, {nullptr, L"", -1},       {L"abc", L"ABCD", -1},
+        {L"aBc", L"AbC", 0},   {L"a_", L"ab", 1},        {L"\u00e4", L"\u00c4", 0},
+        {L"a", L"\u0436", -1}, {L"\U0010ffff", L"z", 1}, {L"ab", L"ab", 0},
+        {L"ab", L"abc", -1}};
     for (auto const& [first, second, expected] : cases) {
         EXPECT_EQ(_stricmp(first, second), expected);
         EXPECT_EQ(_stricmp(second, first), -expected);
@@ -43,17 +44,35 @@ TEST(Strings, FoldToUpperCaseAndSortNullFirst) {
     EXPECT_EQ(_stricmp_ascii("Key", "kEY"), 0);
 }
 
-TEST(Strings, AreCopiedRaisedReadAsNumbersAndCutIntoTokensOfOneSearch) {
+TEST(Strings, AreCopiedRaisedAndReadAsNumbers) {
     std::unique_ptr<wchar_t[]> const copy(_strdup(L"a\u00dfz9"));
     EXPECT_STREQ(_strupr(copy.get()), L"A\u00dfZ9");
-    EXPECT_EQ(_wcstol(L" -12ab") + _wcstol(L"ab") + _wcstol(nullptr), -12);
-    for (wchar_t* const null : {_strdup(nullptr), _trim(nullptr), _strupr(nullptr)}) {
-        EXPECT_EQ(null, nullptr);
-    }
-    EXPECT_EQ(_wcstok(nullptr, L","), nullptr);
+    EXPECT_EQ(_wcstol(L" -12ab"), -12);
+    EXPECT_EQ(_wcstol(L"010"), 10) << "base 10";
+    EXPECT_EQ(_wcstol(L"ab"), 0);
+}
+
+TEST(Strings, MayBeNull) {
+    EXPECT_EQ(_strdup(nullptr), nullptr);
+    EXPECT_EQ(_trim(nullptr), nullptr);
+    EXPECT_EQ(_strupr(nullptr), nullptr);
+    EXPECT_EQ(_wcstol(nullptr), 0);
+    wchar_t text[] = L"a";
+    EXPECT_EQ(_wcstok(text, nullptr), nullptr);
+    EXPECT_EQ(_sprintf(nullptr, L"%s", L"a"), -1);
+    EXPECT_EQ(_sprintf(text, nullptr), -1);
+    EXPECT_EQ(DbgMsg(nullptr), -1);
+    OutputDebugString(nullptr);
+}
+
+TEST(Strings, AreCutIntoTokensOfOneSearch) {
     wchar_t first[] = L",a,b";
+    wchar_t second[] = L"c";
+    EXPECT_EQ(_wcstok(nullptr, L","), nullptr);
     EXPECT_STREQ(_wcstok(first, L","), L"a");
-    EXPECT_STREQ(_wcstok(copy.get(), L","), L"A\u00dfZ9");
+    EXPECT_EQ(_wcstok(nullptr, nullptr), nullptr);
+    EXPECT_STREQ(_wcstok(nullptr, L","), L"b");
+    EXPECT_STREQ(_wcstok(second, L","), L"c");
     EXPECT_EQ(_wcstok(nullptr, L","), nullptr);
     EXPECT_EQ(_wcstok(nullptr, L","), nullptr);
 }
@@ -66,16 +85,20 @@ std::wstring Print(int count, std::wstring const& format, Values... values) {
     return buffer.get();
 }
 
-TEST(Printing, TakesAPlainStringConversionForWideWithinItsBounds) {
+TEST(Printing, TakesAPlainStringConversionForWide) {
     EXPECT_EQ(Print(12, L"%s%s|%d|%ls|%.2s", L"ab", L"cd", -1, L"e", "fgh"), L"abcd|-1|e|fg");
     EXPECT_EQ(Print(7, L"%%s %%%s%%", L"xy"), L"%s %xy%");
+    EXPECT_EQ(Print(4, L"%-%%s|", L"wi"), L"%wi|") << "a percent sign, then a conversion";
+    EXPECT_EQ(Print(3, L"%5%%s", L"wi"), L"%wi");
+    EXPECT_EQ(Print(3, L"%5%s"), L"%ls");
+}
+
+TEST(Printing, StaysWithinItsBounds) {
     EXPECT_EQ(Print(511, L"%s", std::wstring(511, L'x').c_str()), std::wstring(511, L'x'));
     Print(-1, L"%s", std::wstring(512, L'x').c_str());
     EXPECT_EQ(Print(2, L"%s%" + std::wstring(4090, L'0') + L"d", L"a", 7), L"a7");
     EXPECT_EQ(Print(-1, L"%s%" + std::wstring(4091, L'0') + L"d", L"a", 7), L"");
-    EXPECT_EQ(_sprintf(nullptr, L"%s", L"a"), -1);
     EXPECT_EQ(DbgMsg("%s", std::string(1000, 'x').c_str()), 1000);
-    OutputDebugString(nullptr);
 }
 
 } // namespace

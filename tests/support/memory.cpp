@@ -21,3 +21,29 @@ void operator delete(void* memory) noexcept {
 void operator delete(void* memory, std::size_t) noexcept {
     std::free(memory);
 }
+
+// The standard library's other forms come to the two above. A sanitizer's own don't, so they are
+// replaced too.
+void* operator new(std::size_t size, std::nothrow_t const&) noexcept {
+    try {
+        return operator new(size);
+    } catch (std::bad_alloc const&) {
+        return nullptr;
+    }
+}
+
+void* operator new[](std::size_t size) {
+    return operator new(size);
+}
+
+void* operator new[](std::size_t size, std::nothrow_t const& tag) noexcept {
+    return operator new(size, tag);
+}
+
+void operator delete[](void* memory) noexcept {
+    operator delete(memory);
+}
+
+void operator delete[](void* memory, std::size_t) noexcept {
+    operator delete(memory);
+}

@@ -1,5 +1,6 @@
 #include "hooks.h"
 
+#include <cerrno>
 #include <dlfcn.h>
 #include <pthread.h>
 #include <unistd.h>
@@ -14,35 +15,32 @@ Function* Real(Function*, char const* name) {
     return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
 }
 
-void HoldAt(std::atomic<Gate*>& point) {
-    if (pthread_equal(pthread_self(), g_tester) == 0) {
-        if (Gate* const gate = point.exchange(nullptr)) {
-            point.notify_all();
-            gate->Pass();
-        }
-    }
-}
-
 } // namespace
-
-// A new thread's first call.
-extern "C" pid_t gettid() noexcept {
-    HoldAt(g_beforeObject);
-    static auto* const real = Real(gettid, "gettid");
-    return real();
-}
 
 // A new thread's last call before it parks.
 extern "C" int pthread_setcancelstate(int state, int* old) {
-    HoldAt(g_insideObject);
     static auto* const real = Real(pthread_setcancelstate, "pthread_setcancelstate");
+    if (pthread_equal(pthread_self(), g_tester) == 0) {
+        if (Gate* const gate = g_insideObject.exchange(nullptr)) {
+            g_insideObject.notify_all();
+            gate->Pass();
+        }
+    }
     return real(state, old);
 }
 
-// Called just before a thread is created: real-time scheduling of its own, without a priority, is
-// what the system refuses.
-extern "C" int pthread_attr_setscope(pthread_attr_t* attributes, int) noexcept {
-    return g_refuseCreation ? pthread_attr_setinheritsched(attributes, PTHREAD_EXPLICIT_SCHED) : 0;
+extern "C" int pthread_create(pthread_t* thread, pthread_attr_t const* attributes,
+                              void* (*entry)(void*), void* argument) noexcept {
+    static auto* const real = Real(pthread_create, "pthread_create");
+    return g_refuseCreation ? EAGAIN : real(thread, attributes, entry, argument);
+}
+
+extern "C" int pthread_getschedparam(pthread_t thread, int* policy, sched_param* param) noexcept {
+    static auto* const real = Real(pthread_getschedparam, "pthread_getschedparam");
+    if (g_beforePriority) {
+        std::exchange(g_beforePriority, {})();
+    }
+    return real(thread, policy, param);
 }
 
 extern "C" int pthread_cond_wait(pthread_cond_t* condition, pthread_mutex_t* mutex) {

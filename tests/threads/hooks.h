@@ -1,5 +1,5 @@
 // What the tests of threads and timers share: records of what happens on other threads, and places
-// at which the tests step in between the library and the C library.
+// at which a test steps in between the library and the C library.
 #pragma once
 
 #include <verrick/time_primitives.h>
@@ -20,7 +20,7 @@ public:
         m_changed.notify_all();
     }
 
-    // The values, once there are at least count of them or ten seconds have gone by.
+    // Returns the values as soon as there are count of them, or after ten seconds.
     std::vector<T> Await(std::size_t count) {
         std::unique_lock lock(m_mutex);
         auto const enough = [&] { return m_values.size() >= count; };
@@ -34,7 +34,7 @@ private:
     std::vector<T> m_values;
 };
 
-// Closed until opened; Pass blocks meanwhile.
+// Closed until opened. Pass blocks meanwhile.
 class Gate {
 public:
     void Open() { m_opened.Note(true); }
@@ -44,10 +44,8 @@ private:
     Recorder<bool> m_opened;
 };
 
-// Gates at which a thread of the library's is held up once: before it has touched its object, and
-// inside it, on the way to being parked. The pointers become null, with a notice, when one gets
-// there.
-inline std::atomic<Gate*> g_beforeObject{nullptr};
+// If set, the next thread of the library passes this gate inside its object, on the way to being
+// parked. The pointer becomes null, with a notice, when a thread gets there.
 inline std::atomic<Gate*> g_insideObject{nullptr};
 
 // While set, the system refuses to create threads.
@@ -56,6 +54,9 @@ inline std::atomic<bool> g_refuseCreation{false};
 // That many of the next waits without a time-out end at once, as if woken.
 inline std::atomic<int> g_spuriousWakeUps{0};
 
-// Called once, before the calling thread's next broadcast of a condition variable; behind it the
+// Called once, inside the calling thread's next change of a thread's priority.
+inline thread_local std::function<void()> g_beforePriority;
+
+// Called once, before the calling thread's next broadcast of a condition variable. After it the
 // thread pauses, so that those whom it woke queue for the mutex that it holds.
 inline thread_local std::function<void()> g_beforeBroadcast;

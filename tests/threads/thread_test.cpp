@@ -9,15 +9,14 @@
 #include <unistd.h>
 
 #include "hooks.h"
+#include "tests/support/memory.h"
 
 namespace {
 
-using Ints = std::vector<int>;
-
 struct Thread : DThread {
     explicit Thread(std::function<void()> run, char const* name = "tested", int priority = 0,
-                    int flags = 0)
-        : DThread(name, priority, 0, flags), body(std::move(run)) {}
+                    int stackSize = 0)
+        : DThread(name, priority, stackSize, 0), body(std::move(run)) {}
     void Run() override { std::function<void()>{body}(); } // the object may go meanwhile
 
     std::function<void()> const body;
@@ -26,121 +25,200 @@ struct Thread : DThread {
 // Run touches nothing of the object, which may be gone.
 struct Reckless : DThread {
     Reckless() : DThread("reckless", 0, 0, 0) {}
-    void Run() override { runs.fetch_add(1, std::memory_order_relaxed); }
+    void Run() override { ++runs; }
 
     static inline std::atomic<int> runs{0};
 };
 
-// Starts a wait on another thread and returns once it can be taken to block.
-std::future<int> WaitFor(DThread& thread, int timeoutMs) {
-    auto wait = std::async(std::launch::async, &DThread::WaitForThreadDeath, &thread, timeoutMs);
+// Returns an object whose thread is held at the gate, inside the object.
+std::unique_ptr<Reckless> HeldInside(Gate& gate) {
+    g_insideObject = &gate;
+    auto thread = std::make_unique<Reckless>();
+    g_insideObject.wait(&gate);
+    return thread;
+}
+
+// Calls a function on another thread, and returns once it can be taken to block.
+template<class Function>
+auto Call(Function function) {
+    auto result = std::async(std::launch::async, function);
     Sleep(50);
-    return wait;
+    return result;
 }
 
-// The calling thread's name and priority.
-std::pair<std::string, int> InForce() {
+auto WaitFor(DThread& thread, int timeoutMs) {
+    return Call([&thread, timeoutMs] { return thread.WaitForThreadDeath(timeoutMs); });
+}
+
+template<class Result>
+bool IsDone(std::future<Result>& result) {
+    return result.wait_for(std::chrono::milliseconds(100)) == std::future_status::ready;
+}
+
+// The name, priority and stack of the calling thread.
+struct Properties {
+    Properties() {
+        pthread_getname_np(pthread_self(), name, sizeof name);
+        sched_getparam(0, &scheduling);
+        pthread_attr_t attributes;
+        pthread_getattr_np(pthread_self(), &attributes);
+        pthread_attr_getstacksize(&attributes, &stackBytes);
+        pthread_attr_destroy(&attributes);
+    }
+
     char name[16];
-    pthread_getname_np(pthread_self(), name, sizeof name);
-    sched_param parameters{};
-    sched_getparam(0, &parameters);
-    return {name, parameters.sched_priority};
-}
+    sched_param scheduling;
+    std::size_t stackBytes = 0;
+};
 
-// A real-time priority as it comes into force: not at all where the process has no right to it.
+// Returns the priority as it comes into force: 0 where the process has no right to it.
 int Allowed(int priority) {
     sched_param const parameters[] = {{0}, {priority}};
-    bool const allowed = sched_setscheduler(0, SCHED_RR, &parameters[1]) == 0;
+    bool const isAllowed = sched_setscheduler(0, SCHED_RR, &parameters[1]) == 0;
     sched_setscheduler(0, SCHED_OTHER, &parameters[0]);
-    return allowed ? priority : 0;
+    return isAllowed ? priority : 0;
 }
 
-TEST(Thread, RunsOnceIsJoinedOnceAndAnswersBeforeAndAfter) {
-    std::atomic<int> runs{0};
-    std::atomic<int> id{0};
-    Thread thread([&] { ++runs, id = gettid(); }, nullptr, 100, 1);
-    auto const answers = [&] {
-        return Ints{thread.GetThreadId(), thread.SetPriority(10),
-                    DThread::Create(&thread, 100, 100000, 1) ? 1 : 0};
-    };
+TEST(Thread, AnObjectWhoseCreationFailedHasNone) {
     testing::internal::CaptureStdout();
-    thread.SetName("ignored, for there is no thread yet");
+    g_refuseCreation = true;
+    Thread thread([] {}, nullptr, 100);
+    g_refuseCreation = false;
+    thread.SetName("ignored");
     thread.Start();
     thread.Kill();
     EXPECT_STREQ(thread.GetName(), "UNKNOWN");
-    EXPECT_EQ(answers(), (Ints{-1, -1, 1}));
-    Ints const refused{thread.SetPriority(0), thread.SetPriority(100), thread.GetPriority()};
-    EXPECT_EQ(refused, (Ints{-1, -1, 100}));
+    EXPECT_EQ(thread.GetPriority(), 100);
+    EXPECT_EQ(thread.SetPriority(10), -1);
+    EXPECT_EQ(thread.GetThreadId(), -1);
     EXPECT_EQ(thread.WaitForThreadDeath(0), WAIT_RESULT_FAILED);
-    int const parkedId = thread.GetThreadId();
-    EXPECT_EQ(answers(), (Ints{parkedId, 10, 0}));
-    EXPECT_EQ(runs, 0);
-    thread.Start();
-    thread.Start();
-    EXPECT_EQ(thread.WaitForThreadDeath(-1), WAIT_RESULT_OK);
-    EXPECT_EQ(thread.WaitForThreadDeath(-1), WAIT_RESULT_OK);
-    EXPECT_EQ((Ints{runs, id}), (Ints{1, parkedId}));
-    thread.SetName("after");
-    EXPECT_STREQ(thread.GetName(), "after");
-    EXPECT_EQ(answers(), (Ints{-1, -1, 0}));
-    thread.Kill();
-    EXPECT_EQ(answers(), (Ints{-1, -1, 0}));
     EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "DThread::Failed to create the thread.\n"
               "WaitForThreadDeath::Run not started. or invalid thread handle\n");
+    EXPECT_TRUE(DThread::Create(&thread, 0, 0, 0)); // it gets one after all
 }
 
-TEST(Thread, NameAndPriorityAreKeptHereAndPutInForceAsFarAsTheKernelTakesThem) {
-    std::string const longest = "abcdefghijklmnopqrstuvwx";
-    Gate gate;
-    Recorder<std::pair<std::string, int>> seen;
-    auto const run = [&] {
-        seen.Note(InForce());
-        gate.Pass();
-        seen.Note(InForce());
-    };
-    Thread thread(run, (longest + "yz").c_str(), 7);
-    EXPECT_EQ(thread.GetName(), longest);
-    EXPECT_EQ(thread.GetPriority(), 7);
-    EXPECT_EQ(thread.SetPriority(9), 9); // it is on its way, and may be reading its priority
+TEST(Thread, RunsOnceHoweverOftenItIsCreatedAndStarted) {
+    Recorder<int> ids;
+    Thread thread([&] { ids.Note(gettid()); });
+    int const id = thread.GetThreadId();
+    EXPECT_FALSE(DThread::Create(&thread, 0, 0, 0));
     thread.Start();
-    EXPECT_EQ(seen.Await(1).at(0), std::pair(longest.substr(0, 15), Allowed(9)));
+    thread.Start();
+    EXPECT_EQ(thread.WaitForThreadDeath(-1), WAIT_RESULT_OK);
+    EXPECT_EQ(ids.Await(0), std::vector<int>{id});
+}
+
+TEST(Thread, AJoinedOneKeepsNothingButItsName) {
+    Thread thread([] {});
+    thread.Start();
+    thread.WaitForThreadDeath(-1);
+    thread.SetName("after");
+    EXPECT_STREQ(thread.GetName(), "after");
+    EXPECT_EQ(thread.GetThreadId(), -1);
+    EXPECT_EQ(thread.SetPriority(10), -1);
+    EXPECT_FALSE(DThread::Create(&thread, 0, 0, 0));
+    testing::internal::CaptureStdout();
+    thread.Kill();
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(thread.WaitForThreadDeath(-1), WAIT_RESULT_FAILED);
+}
+
+TEST(Thread, AJoinedOneIsOkAlsoForTheThreadThatHasItsIdNow) {
+    pthread_t id{};
+    Thread thread([&] { id = pthread_self(); });
+    thread.Start();
+    thread.WaitForThreadDeath(-1);
+    bool hasItsId = false;
+    for (int i = 0; i < 1000 && !hasItsId; ++i) {
+        std::thread([&] {
+            hasItsId = pthread_equal(id, pthread_self()) != 0;
+            EXPECT_EQ(thread.WaitForThreadDeath(-1), WAIT_RESULT_OK);
+        }).join();
+    }
+    EXPECT_TRUE(hasItsId);
+}
+
+TEST(Thread, HasItsNamePriorityAndStackInRunAndTakesNewOnes) {
+    Gate gate;
+    Recorder<Properties> seen;
+    auto const run = [&] {
+        seen.Note({});
+        gate.Pass();
+        seen.Note({});
+    };
+    Thread thread(run, "abcdefghijklmnopqrstuvwxyz", 7, 1 << 20);
+    EXPECT_STREQ(thread.GetName(), "abcdefghijklmnopqrstuvwx");
+    EXPECT_EQ(thread.SetPriority(9), 9); // it is on its way, and may be reading its priority
+    EXPECT_EQ(thread.SetPriority(0), -1);
+    EXPECT_EQ(thread.SetPriority(100), -1);
+    thread.Start();
+    Properties const first = seen.Await(1).at(0);
+    EXPECT_STREQ(first.name, "abcdefghijklmno");
+    EXPECT_EQ(first.scheduling.sched_priority, Allowed(9));
+    EXPECT_EQ(first.stackBytes, 1U << 20);
     thread.SetName(nullptr);
-    thread.SetPriority(11);
+    EXPECT_EQ(thread.SetPriority(11), 11);
     EXPECT_EQ(thread.GetPriority(), 11);
     gate.Open();
-    EXPECT_EQ(seen.Await(2).at(1), std::pair(std::string("UNKNOWN"), Allowed(11)));
+    Properties const second = seen.Await(2).at(1);
+    EXPECT_STREQ(second.name, "UNKNOWN");
+    EXPECT_EQ(second.scheduling.sched_priority, Allowed(11));
     thread.WaitForThreadDeath(-1);
 }
 
-TEST(Thread, OneThatIsNotYetInRunNeverGetsThereOnceItIsKilledOrDestroyed) {
-    static struct { // for a thread whose object is gone
-        std::atomic<Gate*>& point;
-        bool killed;
-        Gate gate;
-    } cases[] = {
-        {g_beforeObject, false, {}}, {g_insideObject, false, {}}, {g_insideObject, true, {}}};
-    for (auto& each : cases) {
-        each.point = &each.gate;
-        auto thread = std::make_unique<Reckless>();
-        each.point.wait(&each.gate);
-        if (!each.killed) {
-            thread->Start();
+TEST(Thread, StartInABaseConstructorReachesTheRunOfTheWholeObject) {
+    struct Base : DThread {
+        Base() : DThread("tested", 0, 0, 0) {
+            Start();
+            Sleep(50); // Run is pure all that time
         }
-        std::thread opener([&] {
-            Sleep(100);
-            if (each.killed) {
-                thread->Start(); // too late
-            }
-            each.gate.Open();
-        });
-        each.killed ? thread->Kill() : thread.reset(); // waits for a thread inside the object
-        opener.join();
-        Sleep(50);
-        EXPECT_EQ(Reckless::runs, 0);
-    }
+    };
+    struct Derived : Base {
+        void Run() override { runs.Note(1); }
+        Recorder<int> runs;
+    } derived;
+    EXPECT_EQ(derived.WaitForThreadDeath(-1), WAIT_RESULT_OK);
+    EXPECT_EQ(derived.runs.Await(0).size(), 1U);
 }
 
-TEST(Thread, KillLetsAStartedOneRunOnWithoutItsObject) {
+TEST(Thread, AKilledOneOnItsWayToRunNeverGetsThere) {
+    Gate gate;
+    auto const thread = HeldInside(gate);
+    thread->Start();
+    thread->Kill();
+    gate.Open();
+    Sleep(50);
+    EXPECT_EQ(Reckless::runs, 0);
+}
+
+TEST(Thread, DestructionWaitsForOneOnItsWayToRunWhichNeverGetsThere) {
+    Gate gate;
+    auto thread = HeldInside(gate);
+    thread->Start();
+    auto destruction = Call([&] { thread.reset(); });
+    EXPECT_FALSE(IsDone(destruction));
+    gate.Open();
+    destruction.get();
+    Sleep(50);
+    EXPECT_EQ(Reckless::runs, 0);
+}
+
+TEST(Thread, TwoKillsOfAParkedOneBothReturnAfterItsEnd) {
+    Gate gate;
+    auto const thread = HeldInside(gate);
+    auto first = Call([&] { thread->Kill(); });
+    auto second = Call([&] { thread->Kill(); });
+    thread->Start(); // too late
+    EXPECT_FALSE(IsDone(first));
+    EXPECT_FALSE(IsDone(second));
+    gate.Open();
+    first.get();
+    second.get();
+    EXPECT_EQ(Reckless::runs, 0);
+}
+
+TEST(Thread, KillLetsOneInRunGoOnWithoutItsObject) {
     Gate gate;
     Recorder<int> steps;
     testing::internal::CaptureStdout();
@@ -162,33 +240,88 @@ TEST(Thread, KillLetsAStartedOneRunOnWithoutItsObject) {
     Sleep(20); // the detached thread's last steps use this stack's objects
 }
 
-TEST(Thread, OneCallerJoinsAndTheOthersAreReleasedWithIt) {
+TEST(Thread, KillBesideAJoinLeavesItTheThread) {
+    Gate gate;
+    Thread thread([&] { gate.Pass(); });
+    thread.Start();
+    auto join = WaitFor(thread, -1);
+    thread.Kill();
+    gate.Open();
+    EXPECT_EQ(join.get(), WAIT_RESULT_OK);
+}
+
+TEST(Thread, DoesNotEndWhileItsPriorityIsBeingChanged) {
+    Gate gate;
+    Thread thread([&] { gate.Pass(); });
+    thread.Start();
+    auto join = WaitFor(thread, -1);
+    g_beforePriority = [&] {
+        gate.Open();
+        EXPECT_FALSE(IsDone(join));
+    };
+    thread.SetPriority(1);
+    EXPECT_EQ(join.get(), WAIT_RESULT_OK);
+}
+
+#ifndef __SANITIZE_ADDRESS__ // its runtime takes the unwinding of a cancelled thread for an overrun
+TEST(Thread, AKillThatIsCancelledAtItsMessageHasLetGo) {
+    Gate gate;
+    Thread thread([&] { gate.Pass(); });
+    thread.Start();
+    std::setvbuf(stdout, nullptr, _IONBF, 0); // so that the message is a cancellation point
+    std::thread([&] {
+        pthread_cancel(pthread_self());
+        thread.Kill();
+    }).join();
+    EXPECT_EQ(thread.GetThreadId(), -1);
+    gate.Open();
+    Sleep(20);
+}
+#endif
+
+TEST(Thread, ATimeOutThatIsOverLooksOnce) {
+    Gate gate;
+    Thread thread([&] { gate.Pass(); });
+    thread.Start();
+    EXPECT_EQ(thread.WaitForThreadDeath(0), WAIT_RESULT_TIMEOUT);
+    EXPECT_EQ(thread.WaitForThreadDeath(-500), WAIT_RESULT_TIMEOUT);
+    gate.Open();
+    while (thread.WaitForThreadDeath(0) == WAIT_RESULT_TIMEOUT) {
+        Sleep(1);
+    }
+    EXPECT_EQ(thread.WaitForThreadDeath(0), WAIT_RESULT_OK);
+}
+
+TEST(Thread, AllOthersWhoWaitAreReleasedWithTheOneThatJoins) {
     Gate gate;
     Thread thread([&] {
-        EXPECT_EQ(thread.WaitForThreadDeath(-1), WAIT_RESULT_FAILED);
         gate.Pass();
-        EXPECT_EQ(thread.WaitForThreadDeath(-1), WAIT_RESULT_FAILED); // while others join
+        EXPECT_EQ(thread.WaitForThreadDeath(-1), WAIT_RESULT_FAILED); // of itself
     });
     thread.Start();
-    EXPECT_EQ(thread.WaitForThreadDeath(-500), WAIT_RESULT_TIMEOUT);
+    auto joining = WaitFor(thread, -1);
+    EXPECT_EQ(WaitFor(thread, 10).get(), WAIT_RESULT_TIMEOUT); // leaves and takes nothing with it
+    std::future<int> others[] = {WaitFor(thread, -1), WaitFor(thread, 60000)};
+    gate.Open();
+    EXPECT_EQ(joining.get(), WAIT_RESULT_OK);
+    EXPECT_EQ(others[0].get(), WAIT_RESULT_OK);
+    EXPECT_EQ(others[1].get(), WAIT_RESULT_OK);
+}
 
-    // A caller that comes as the joining one leaves joins itself.
+TEST(Thread, WhoComesAsTheJoiningOneGivesUpJoinsInstead) {
+    Gate gate;
+    Thread thread([&] { gate.Pass(); });
+    thread.Start();
     std::future<int> late;
     auto joining = std::async(std::launch::async, [&] {
         g_beforeBroadcast = [&] { late = WaitFor(thread, -1); }; // first in line for the mutex
         return thread.WaitForThreadDeath(500);
     });
     Sleep(50);
-    EXPECT_EQ(WaitFor(thread, 60000).get(), WAIT_RESULT_TIMEOUT);
+    EXPECT_EQ(WaitFor(thread, 60000).get(), WAIT_RESULT_TIMEOUT); // its neighbour gave up
     EXPECT_EQ(joining.get(), WAIT_RESULT_TIMEOUT);
-
-    // Whoever comes beside a joining caller and leaves again takes nothing with it.
-    EXPECT_EQ(WaitFor(thread, 10).get(), WAIT_RESULT_TIMEOUT);
-    std::future<int> others[] = {WaitFor(thread, -1), WaitFor(thread, 60000), std::move(late)};
     gate.Open();
-    for (auto& other : others) {
-        EXPECT_EQ(other.get(), WAIT_RESULT_OK);
-    }
+    EXPECT_EQ(late.get(), WAIT_RESULT_OK);
 }
 
 TEST(Thread, StartFollowedByDestructionNeverHarms) {
@@ -202,40 +335,46 @@ TEST(Thread, StartFollowedByDestructionNeverHarms) {
     EXPECT_GT(Reckless::runs, 0);
 }
 
-TEST(Thread, RunMayDestroyItsObjectOrEndItsThread) {
+TEST(Thread, RunMayDestroyItsObject) {
     Recorder<int> ended;
     DThread* own = nullptr;
-    own = new Thread([&] { delete own, ended.Note(1); });
+    own = new Thread([&] {
+        delete own;
+        ended.Note(1);
+    });
     own->Start();
     EXPECT_EQ(ended.Await(1).size(), 1U);
-    Thread leaver([] { pthread_exit(nullptr); });
-    leaver.Start();
-    EXPECT_EQ(leaver.WaitForThreadDeath(-1), WAIT_RESULT_OK);
 }
 
-TEST(Thread, AFailedCreationIsReportedAndLeavesNothing) {
-    testing::internal::CaptureStdout();
-    g_refuseCreation = true;
-    Reckless unborn;
-    EXPECT_EQ(ThreadSpawn([](void*) { std::abort(); }, nullptr, 0, 1, 2, 0), 0);
-    g_refuseCreation = false;
-    unborn.Kill();
-    EXPECT_EQ(unborn.GetThreadId(), -1);
-    EXPECT_TRUE(DThread::Create(&unborn, 0, 0, 0));
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "DThread::Failed to create the thread.\n");
+TEST(Thread, RunMayEndItsThread) {
+    Thread thread([] { pthread_exit(nullptr); });
+    thread.Start();
+    EXPECT_EQ(thread.WaitForThreadDeath(-1), WAIT_RESULT_OK);
 }
 
-TEST(Task, RunsDetachedWithItsArgumentAndPriority) {
-    static Recorder<int> noted;
+TEST(Task, RunsWithItsArgumentPriorityAndStack) {
+    static Recorder<Properties> seen;
     auto const entry = [](void* argument) {
-        static_cast<Recorder<int>*>(argument)->Note(InForce().second);
+        static_cast<Recorder<Properties>*>(argument)->Note({});
     };
     std::size_t count = 0;
     for (int const priority : {0, 100, 1, 99}) {
-        EXPECT_EQ(ThreadSpawn(entry, &noted, priority, -1, -1, priority - 50), 1);
-        bool const inRange = priority == 1 || priority == 99;
-        EXPECT_EQ(noted.Await(++count).back(), inRange ? Allowed(priority) : 0);
+        EXPECT_EQ(ThreadSpawn(entry, &seen, priority, -1, -1, 1 << 20), 1);
+        Properties const properties = seen.Await(++count).back();
+        int const expected = priority == 1 || priority == 99 ? Allowed(priority) : 0;
+        EXPECT_EQ(properties.scheduling.sched_priority, expected);
+        EXPECT_EQ(properties.stackBytes, 1U << 20);
     }
+}
+
+TEST(Task, IsRefusedWithoutAnEntryAThreadOrMemory) {
+    auto const entry = [](void*) { std::abort(); };
+    EXPECT_EQ(ThreadSpawn(nullptr, nullptr, 0, 0, 0, 0), 0);
+    g_refuseCreation = true;
+    EXPECT_EQ(ThreadSpawn(entry, nullptr, 0, 0, 0, 0), 0);
+    g_refuseCreation = false;
+    MemoryShortage const shortage;
+    EXPECT_EQ(ThreadSpawn(entry, nullptr, 0, 0, 0, 0), 0);
 }
 
 } // namespace

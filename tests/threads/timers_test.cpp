@@ -2,13 +2,17 @@
 
 #include <gtest/gtest.h>
 
-#include <ctime>
-#include <limits>
+#include <cstdlib>
+#include <deque>
+#include <future>
 #include <new>
-#include <numeric>
+#include <signal.h>
+#include <sys/wait.h>
 #include <thread>
+#include <unistd.h>
 
 #include "hooks.h"
+#include "tests/support/asleep.h"
 #include "tests/support/memory.h"
 
 namespace {
@@ -19,7 +23,7 @@ using Ids = std::vector<unsigned int>;
 struct Listener : ITimerListener {
     void OnTimerExpired(unsigned int id) override {
         noted.Note(id);
-        then(id);
+        std::function<void(unsigned int)>{then}(id); // the listener may go meanwhile
     }
 
     Recorder<unsigned int> noted;
@@ -32,122 +36,106 @@ struct Service {
     DTimeManager* operator->() const { return DTimeManager::GetInstance(10); }
 };
 
-TEST(Timers, FireOnTheTickGridNewestFirstAmongEquals) {
-    Listener listener;
-    Service const service;
-    EXPECT_EQ(service->GetResolution(), 10U);
-    while (service->GetTickCount() == 0) { // a new tick leaves ten milliseconds for all
-        Sleep(1);
-    }
-    unsigned int const start = service->GetTickCount();
-    service->CreateRelativeTimer(&listener, 1, 30, 0, 0);
-    service->CreateRelativeTimer(&listener, 2, 30, 0, 0);
-    service->CreateRelativeTimer(&listener, 3, 0, 0, 0);
-    service->CreateRelativeTimer(&listener, 9, 25, 0, TIMER_REPEAT);
-    if (service->GetTickCount() == start) {
-        Ids ids = listener.noted.Await(6);
-        ids.resize(6);
-        EXPECT_GE(service->GetTickCount(), start + 90);
-        EXPECT_EQ(ids, (Ids{3, 9, 2, 1, 9, 9}));
-    }
+bool IsOver(std::future<void> const& call, int afterMs) {
+    return call.wait_for(std::chrono::milliseconds(afterMs)) == std::future_status::ready;
 }
 
-TEST(Timers, MoveBetweenArmedAndNotAndRefuseWhatDoesNotFit) {
+char const* const g_bothDetached =
+    "pthread_detached successfull for thread (TimeManager Thread).\n"
+    "pthread_detached successfull for thread (TimerDispatch Thread).\n";
+
+TEST(Timers, RefuseWhatDoesNotFit) {
     Listener listener;
     Service const service;
-    auto const create = [&](unsigned int id, int period, unsigned int flags) {
-        return service->CreateRelativeTimer(&listener, id, period, 0, flags);
-    };
-    EXPECT_FALSE(create(1, 0, TIMER_REPEAT) || create(1, -1, TIMER_REPEAT));
-    EXPECT_TRUE(create(1, 1000000, TIMER_REPEAT));
-    EXPECT_FALSE(create(1, 10, 0) || service->CreateAbsoluteTimer(&listener, 1, 0, 0));
-    EXPECT_FALSE(service->Activate(&listener, 1));
-    EXPECT_TRUE(service->Deactivate(&listener, 1));
-    EXPECT_FALSE(service->Deactivate(&listener, 1));
-    EXPECT_TRUE(service->Activate(&listener, 1) && service->Destroy(&listener, 1));
-    EXPECT_FALSE(service->Activate(&listener, 1) || service->Destroy(&listener, 1));
+    EXPECT_FALSE(service->CreateRelativeTimer(nullptr, 1, 10, 0, 0));
+    EXPECT_FALSE(service->CreateAbsoluteTimer(nullptr, 1, 10, 0));
+    EXPECT_FALSE(service->CreateRelativeTimer(&listener, 1, 0, 0, TIMER_REPEAT));
+    EXPECT_FALSE(service->CreateRelativeTimer(&listener, 1, -1, 0, TIMER_REPEAT));
+    EXPECT_TRUE(service->CreateRelativeTimer(&listener, 1, 1000000, 0, 0));
+    EXPECT_FALSE(service->CreateRelativeTimer(&listener, 1, 10, 0, 0));
+    EXPECT_FALSE(service->CreateAbsoluteTimer(&listener, 1, 10, 0));
+}
 
-    // Period 0, first armed by Activate: due at once. Fired timers stay, and fire again.
-    EXPECT_TRUE(create(3, 0, TIMER_INACTIVE));
-    for (std::size_t round = 1; round <= 2; ++round) {
-        EXPECT_TRUE(service->Activate(&listener, 3));
-        EXPECT_EQ(listener.noted.Await(round), Ids(round, 3));
-        EXPECT_FALSE(create(3, 10, 0));
+TEST(Timers, ShortMemoryLeavesNoTimerNoServiceAndNoLock) {
+    Listener listener;
+    for (int granted = 0, built = 0; built == 0; ++granted) {
+        MemoryShortage const shortage(granted);
+        try {
+            DTimeManager::GetInstance(10);
+            built = 1;
+        } catch (std::bad_alloc const&) {
+        }
     }
-
+    Service const service;
     {
         MemoryShortage const shortage;
-        EXPECT_THROW(create(4, 10, 0), std::bad_alloc);
-        EXPECT_THROW(service->CreateAbsoluteTimer(&listener, 4, 10, 0), std::bad_alloc);
+        EXPECT_THROW(service->CreateRelativeTimer(&listener, 1, 10, 0, 0), std::bad_alloc);
+        EXPECT_THROW(service->CreateAbsoluteTimer(&listener, 1, 10, 0), std::bad_alloc);
     }
-    std::thread([&] { EXPECT_TRUE(create(4, 10, 0)); }).join(); // the locks are free
+    std::thread([&] { service->CreateRelativeTimer(&listener, 1, 10, 0, 0); }).join();
+    EXPECT_EQ(listener.noted.Await(1), Ids{1});
 }
 
-TEST(Timers, AnAbsoluteTimerCountsTheDistanceWithoutItsSign) {
-    Listener listener;
-    Service const service;
-    long const now = static_cast<long>(time(nullptr));
-    unsigned int id = 0;
-    for (long const when : {now - 1, now + 100000, std::numeric_limits<long>::max(), now}) {
-        EXPECT_TRUE(service->CreateAbsoluteTimer(&listener, ++id, when, 0));
-        EXPECT_TRUE(service->Activate(&listener, id));
-    }
-    EXPECT_EQ(listener.noted.Await(2), (Ids{4, 1}));
-    EXPECT_GE(service->GetTickCount(), 900U);
-    EXPECT_TRUE(service->Activate(&listener, 1)); // its time is over: the next tick
-    EXPECT_EQ(listener.noted.Await(3), (Ids{4, 1, 1}));
-}
-
-TEST(Timers, TheDispatcherDeliversInOrderFromAFixedPool) {
+TEST(Timers, TheDispatcherDropsWhatItsPoolCannotTakeAndFlushesOneTimerAlone) {
     Gate gate;
     Listener listener;
     listener.then = [&](unsigned int) { gate.Pass(); };
     Listener other;
-    testing::internal::CaptureStdout();
-    {
-        DTimerDispatch dispatch;
-        dispatch.Start();
-        dispatch.Enqueue(&listener, 0);
-        listener.noted.Await(1);
-        for (unsigned int i = 1; i <= 300; ++i) {
-            dispatch.Enqueue(&listener, i); // the pool holds 255 beside the one under way
-        }
-        dispatch.FlushQueue(&listener, 0); // not what is under way
-        dispatch.FlushQueue(&listener, 100);
-        dispatch.Enqueue(&other, 1); // into the slot that came free
-        dispatch.Enqueue(&other, 2); // dropped again
-        gate.Open();
-        EXPECT_EQ(other.noted.Await(1), Ids{1});
-        Ids expected(256);
-        std::iota(expected.begin(), expected.end(), 0);
-        expected.erase(expected.begin() + 100);
-        EXPECT_EQ(listener.noted.Await(0), expected);
-        dispatch.Enqueue(&other, 3);
-        EXPECT_EQ(other.noted.Await(2), (Ids{1, 3}));
+    DTimerDispatch dispatch;
+    dispatch.Start();
+    dispatch.Enqueue(&listener, 0);
+    listener.noted.Await(1);
+    dispatch.Enqueue(nullptr, 0);
+    dispatch.Enqueue(&other, 1);
+    for (unsigned int i = 1; i <= 300; ++i) {
+        dispatch.Enqueue(&listener, i); // the pool holds 254 of them
     }
-    DTimerDispatch{}; // never started: nothing to give up
-    EXPECT_EQ(testing::internal::GetCapturedStdout(),
-              "pthread_detached successfull for thread (TimerDispatch Thread).\n");
+    dispatch.FlushQueue(&listener, 0); // not the call under way
+    dispatch.FlushQueue(&listener, 1);
+    dispatch.Enqueue(&other, 2); // takes the entry that came free
+    dispatch.Enqueue(&other, 3); // is dropped
+    gate.Open();
+    EXPECT_EQ(other.noted.Await(2), (Ids{1, 2}));
+    Ids const ids = listener.noted.Await(0);
+    ASSERT_EQ(ids.size(), 254U);
+    EXPECT_EQ(ids[1], 2U);
+    EXPECT_EQ(ids[253], 254U);
+    AwaitOthersAsleep(); // with nothing to deliver
 }
 
-TEST(Timers, DestroyInstanceReturnsWhenNoListenerRunsAnyMore) {
-    for (int i = 0; i < 20; ++i) {
-        Recorder<bool> ended;
-        Listener listener;
-        listener.then = [&](unsigned int) { Sleep(5), ended.Note(true); };
-        testing::internal::CaptureStdout();
-        DTimeManager* const manager = DTimeManager::GetInstance(10);
-        EXPECT_EQ(DTimeManager::GetInstance(50), manager);
-        EXPECT_LT(manager->GetTickCount(), 1000U); // a new service counts from 0
-        manager->CreateRelativeTimer(&listener, 1, 10, 0, TIMER_REPEAT);
-        listener.noted.Await(1);
-        DTimeManager::DestroyInstance(); // beside a listener under way
-        EXPECT_EQ(ended.Await(0).size(), listener.noted.Await(0).size());
-        DTimeManager::DestroyInstance();
-        EXPECT_EQ(testing::internal::GetCapturedStdout(),
-                  "pthread_detached successfull for thread (TimeManager Thread).\n"
-                  "pthread_detached successfull for thread (TimerDispatch Thread).\n");
-    }
+TEST(Timers, DestroyWaitsForACallUnderWay) {
+    Gate gate;
+    auto listener = std::make_unique<Listener>();
+    listener->then = [&](unsigned int) { gate.Pass(); };
+    Service const service;
+    service->CreateRelativeTimer(listener.get(), 1, 10, 0, TIMER_REPEAT);
+    listener->noted.Await(1);
+    service->Destroy(listener.get(), 2); // not for another timer's
+    auto const destroy = std::async(std::launch::async, [&] {
+        EXPECT_TRUE(service->Destroy(listener.get(), 1));
+        listener.reset();
+    });
+    EXPECT_FALSE(IsOver(destroy, 100));
+    gate.Open();
+    EXPECT_TRUE(IsOver(destroy, 10000));
+}
+
+TEST(Timers, DestroyGivesUpOnACallThatWaitsForIt) {
+    Gate gate;
+    std::atomic<bool> isOver{false};
+    Listener listener;
+    listener.then = [&](unsigned int) {
+        gate.Pass();
+        isOver = true;
+    };
+    Service const service;
+    service->CreateRelativeTimer(&listener, 1, 10, 0, 0);
+    listener.noted.Await(1);
+    unsigned int const startMs = GetTickCount();
+    EXPECT_TRUE(service->Destroy(&listener, 1));
+    EXPECT_GE(GetTickCount(), startMs + 900);
+    EXPECT_FALSE(isOver);
+    gate.Open();
 }
 
 TEST(Timers, AListenerMayDestroyTimersEndTheServiceAndBeginAnother) {
@@ -158,6 +146,11 @@ TEST(Timers, AListenerMayDestroyTimersEndTheServiceAndBeginAnother) {
     first.then = [&](unsigned int id) {
         gate.Pass();
         if (id == 1) {
+            unsigned int const startMs = GetTickCount();
+            EXPECT_TRUE(service->Destroy(&first, 1)); // its own, so it doesn't wait
+            EXPECT_FALSE(service->Destroy(&first, 1));
+            EXPECT_FALSE(service->Destroy(&first, 1));
+            EXPECT_LT(GetTickCount(), startMs + 2000);
             EXPECT_TRUE(service->Destroy(&first, 2)); // also drops it from the queue
         } else {
             DTimeManager::DestroyInstance();
@@ -173,6 +166,109 @@ TEST(Timers, AListenerMayDestroyTimersEndTheServiceAndBeginAnother) {
     EXPECT_EQ(second.noted.Await(1), Ids{7});
     Sleep(20);
     EXPECT_EQ(first.noted.Await(0), (Ids{1, 3}));
+}
+
+TEST(Timers, DestroyInstanceReturnsWhenNoListenerRunsAnyMore) {
+    for (int i = 0; i < 4; ++i) {
+        Recorder<bool> ended;
+        Listener listener;
+        DTimeManager* const manager = DTimeManager::GetInstance(10);
+        listener.then = [&](unsigned int) {
+            Sleep(50);                                            // several ticks
+            manager->CreateRelativeTimer(&listener, 2, 10, 0, 0); // perhaps too late to be of use
+            ended.Note(true);
+        };
+        EXPECT_LT(manager->GetTickCount(), 1000U); // a new service counts from 0
+        manager->CreateRelativeTimer(&listener, 1, 10, 0, TIMER_REPEAT);
+        listener.noted.Await(1);
+        DTimeManager::DestroyInstance(); // beside a listener under way
+        EXPECT_EQ(ended.Await(0).size(), listener.noted.Await(0).size());
+    }
+}
+
+// For a listener that nobody waits for any more: its thread uses this to its end.
+template<class T>
+T& LivesOn() {
+    static auto& objects = *new std::deque<T>;
+    return objects.emplace_back();
+}
+
+TEST(Timers, DestroyInstanceLetsAListenerGoThatNeverReturns) {
+    auto& gate = LivesOn<Gate>();
+    auto& isOver = LivesOn<std::atomic<bool>>();
+    auto& listener = LivesOn<Listener>();
+    listener.then = [&](unsigned int) {
+        gate.Pass();
+        isOver = true;
+    };
+    DTimeManager::GetInstance(10)->CreateRelativeTimer(&listener, 1, 10, 0, TIMER_REPEAT);
+    listener.noted.Await(1);
+    DTimeManager::DestroyInstance();
+    EXPECT_FALSE(isOver);
+    gate.Open();
+    AwaitOthersAsleep();
+    EXPECT_EQ(listener.noted.Await(0), Ids{1});
+}
+
+TEST(Timers, OfSeveralDestroyInstanceOneEndsTheService) {
+    auto& listener = LivesOn<Listener>();
+    listener.then = [](unsigned int) { DTimeManager::DestroyInstance(); };
+    testing::internal::CaptureStdout();
+    DTimeManager::GetInstance(10)->CreateRelativeTimer(&listener, 1, 0, 0, 0);
+    listener.noted.Await(1);
+    std::thread first([] { DTimeManager::DestroyInstance(); });
+    std::thread second([] { DTimeManager::DestroyInstance(); });
+    first.join();
+    second.join();
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), g_bothDetached);
+}
+
+TEST(Timers, TheServiceEndsAtExit) {
+    Listener listener;
+    auto const run = [&] {
+        DTimeManager::GetInstance(10)->CreateRelativeTimer(&listener, 1, 10, 0, TIMER_REPEAT);
+        listener.noted.Await(1);
+        std::atexit(DTimeManager::DestroyInstance);
+        std::exit(3);
+    };
+    EXPECT_EXIT(run(), testing::ExitedWithCode(3), "");
+}
+
+// The child has no threads of the service, but its locks may look taken for ever.
+TEST(Timers, AForkChildExitsThoughItEndsTheService) {
+    Listener listener;
+    Service const service;
+    service->CreateRelativeTimer(&listener, 1, 10, 0, TIMER_REPEAT);
+    for (int i = 0; i < 20; ++i) {
+        pid_t const child = fork();
+        if (child == 0) {
+            alarm(20);
+            DTimeManager::DestroyInstance();
+            _exit(4);
+        }
+        int status = 0;
+        waitpid(child, &status, 0);
+        ASSERT_TRUE(WIFEXITED(status));
+    }
+    EXPECT_TRUE(service->Destroy(&listener, 1)); // here it goes on
+}
+
+// The signal is blocked here only after the threads of the service were made.
+TEST(Timers, ASignalThatTheProgramBlocksReachesNoThreadOfTheService) {
+    Listener listener;
+    Service const service;
+    service->GetTickCount();
+    sigset_t set;
+    sigemptyset(&set);
+    sigaddset(&set, SIGUSR1);
+    EXPECT_EQ(sigismember(&set, SIGUSR1), 1);
+    pthread_sigmask(SIG_BLOCK, &set, nullptr);
+    kill(getpid(), SIGUSR1); // would end the process
+    service->CreateRelativeTimer(&listener, 1, 10, 0, 0);
+    listener.noted.Await(1);
+    int received = 0;
+    sigwait(&set, &received);
+    EXPECT_EQ(received, SIGUSR1);
 }
 
 } // namespace

@@ -2,14 +2,17 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstring>
 #include <memory>
+#include <stdexcept>
 
 #include "hooks.h"
 
 namespace {
 
 using Texts = std::vector<std::string>;
+constexpr int kNoThreadYet = 1;
 
 // Notes the text of a block, and then calls a function with the block.
 struct Callback : IWorkerCallbackObj {
@@ -26,55 +29,85 @@ bool Give(DWorkerThread& worker, std::string text) {
     return worker.DoWork(static_cast<signed char>(text.size() + 1), text.data());
 }
 
-TEST(Worker, HandsOverTheNewestBlockAndKeepsItStableDuringTheCallback) {
+TEST(Worker, CallsBackOnceWithTheNewestOfTheBlocksThatWait) {
+    Gate gate;
+    Callback callback;
+    callback.then = [&](char*) { gate.Pass(); };
+    DWorkerThread worker("worker", 0, 0, 0);
+    EXPECT_EQ(worker.AddCallbackObject(&callback), nullptr);
+    EXPECT_EQ(worker.AddCallbackObject(&callback), &callback);
+    char data[] = "never seen";
+    EXPECT_FALSE(worker.DoWork(0, data));
+    EXPECT_FALSE(worker.DoWork(-1, data));
+    EXPECT_FALSE(worker.DoWork(1, nullptr));
+    EXPECT_TRUE(Give(worker, "first"));
+    callback.seen.Await(1);
+    EXPECT_TRUE(Give(worker, "second"));
+    EXPECT_TRUE(Give(worker, "third"));
+    gate.Open();
+    callback.seen.Await(2);
+    Sleep(20);
+    EXPECT_EQ(callback.seen.Await(0), (Texts{"first", "third"}));
+}
+
+TEST(Worker, KeepsABlockStableDuringItsCallback) {
     Gate gate;
     Callback callback;
     callback.then = [&](char* data) {
         gate.Pass();
+        callback.seen.Note(data);
         callback.seen.Note(data + std::strlen(data) + 1); // the tail of a longer block stays
     };
     DWorkerThread worker("worker", 0, 0, 0);
-    EXPECT_TRUE(Give(worker, "dropped, for there is no callback"));
+    Give(worker, "dropped, because there is no callback");
     Sleep(20);
-    EXPECT_EQ(worker.AddCallbackObject(&callback), nullptr);
-    EXPECT_EQ(worker.AddCallbackObject(&callback), &callback);
-    EXPECT_TRUE(Give(worker, "one, longer"));
+    worker.AddCallbackObject(&callback);
+    Give(worker, "block");
     callback.seen.Await(1);
-    EXPECT_TRUE(Give(worker, "two") && Give(worker, "three"));
-    EXPECT_FALSE(worker.DoWork(0, nullptr) || worker.DoWork(-1, nullptr));
+    Give(worker, "other");
     gate.Open();
-    callback.seen.Await(4);
-    Sleep(20);
-    EXPECT_EQ(callback.seen.Await(0),
-              (Texts{"one, longer", " there is no callback", "three", "onger"}));
+    Texts texts = callback.seen.Await(3);
+    texts.resize(3);
+    EXPECT_EQ(texts, (Texts{"block", "block", "d, because there is no callback"}));
 }
 
-TEST(Worker, EndsIdleOrBehindItsCallbackWhichItGivesUpAfterASecond) {
-    Gate gate;
+TEST(Worker, EndsIdleOrAfterItsCallbackAndBeginsNoOther) {
     Callback callback;
     callback.then = [&](char*) { Sleep(100); };
     testing::internal::CaptureStdout();
     {
         DWorkerThread idle("idle", 0, 0, 0);
-        Sleep(50);
-    }
-    {
-        DWorkerThread busy("busy", 0, 0, 0);
-        busy.AddCallbackObject(&callback);
-        Give(busy, "a");
+        DWorkerThread worker("busy", 0, 0, 0);
+        worker.AddCallbackObject(&callback);
+        Give(worker, "first");
         callback.seen.Await(1);
-        Give(busy, "b"); // announced behind a callback under way, and never begun
+        Give(worker, "second");
     }
-    callback.then = [&](char*) { gate.Pass(), callback.seen.Note("back"); };
-    auto stuck = std::make_unique<DWorkerThread>("stuck", 0, 0, 0);
-    stuck->AddCallbackObject(&callback);
-    Give(*stuck, "c");
-    EXPECT_EQ(callback.seen.Await(2), (Texts{"a", "c"}));
-    stuck.reset();
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(callback.seen.Await(0), Texts{"first"});
+}
+
+TEST(Worker, GivesACallbackUpAfterASecond) {
+    Gate gate;
+    Callback callback;
+    callback.then = [&](char*) {
+        gate.Pass();
+        callback.seen.Note("back");
+    };
+    auto worker = std::make_unique<DWorkerThread>("stuck", 0, 0, 0);
+    worker->AddCallbackObject(&callback);
+    Give(*worker, "stuck");
+    callback.seen.Await(1);
+    testing::internal::CaptureStdout();
+    auto const begin = std::chrono::steady_clock::now();
+    worker.reset();
+    auto const elapsed = std::chrono::steady_clock::now() - begin;
+    EXPECT_GE(elapsed, std::chrono::milliseconds(950));
+    EXPECT_LT(elapsed, std::chrono::milliseconds(2500));
     EXPECT_EQ(testing::internal::GetCapturedStdout(),
               "pthread_detached successfull for thread (stuck).\n");
     gate.Open();
-    EXPECT_EQ(callback.seen.Await(3).back(), "back");
+    EXPECT_EQ(callback.seen.Await(2).back(), "back");
     Sleep(50); // on its way it touches nothing of the worker
 }
 
@@ -94,28 +127,52 @@ TEST(Worker, ACallbackMayUseAndDestroyItsWorker) {
     Sleep(20);
 }
 
-TEST(Worker, TakesWorkForLaterAndAWakeUpForNothingNeitherStartsNorCallsAnything) {
+TEST(Worker, KeepsABlockUntilItHasAThreadThatIsStarted) {
     Callback callback;
-    DWorkerThread worker("late", 0, 0, 1);
-    auto const awaitWakeUps = [] {
-        while (g_spuriousWakeUps > 0) {
-            Sleep(1);
-        }
-        Sleep(20);
-    };
+    DWorkerThread worker("late", 0, 0, kNoThreadYet);
     worker.AddCallbackObject(&callback);
     EXPECT_TRUE(Give(worker, "early"));
-    g_spuriousWakeUps = 3;
+    g_spuriousWakeUps = 3; // which don't start it
     ASSERT_TRUE(DThread::Create(&worker, 0, 0, 0));
-    awaitWakeUps(); // parked
+    Sleep(50);
     EXPECT_EQ(callback.seen.Await(0), Texts{});
     worker.Start();
     EXPECT_EQ(callback.seen.Await(1), Texts{"early"});
-    g_spuriousWakeUps = 3;
     worker.Kill(); // gives the handle up, and the thread works on
     EXPECT_TRUE(Give(worker, "more"));
-    awaitWakeUps(); // idle
     EXPECT_EQ(callback.seen.Await(2), (Texts{"early", "more"}));
+}
+
+TEST(Worker, IsDestroyedByAnExceptionOfADerivedConstructorWithItsThreadParked) {
+    struct Throwing : DWorkerThread {
+        Throwing() : DWorkerThread("throwing", 0, 0, kNoThreadYet) {
+            DThread::Create(this, 0, 0, 0);
+            Sleep(50);
+            throw std::runtime_error("from the constructor");
+        }
+    };
+    EXPECT_THROW(Throwing(), std::runtime_error);
+}
+
+TEST(Worker, IsDestroyedWhileARunOfADerivedClassGoesOn) {
+    static Gate gate;
+    static Recorder<int> steps;
+    struct Derived : DWorkerThread {
+        Derived() : DWorkerThread("derived", 0, 0, kNoThreadYet) {}
+        void Run() override {
+            steps.Note(1);
+            gate.Pass();
+            steps.Note(2);
+        }
+    };
+    {
+        Derived worker;
+        DThread::Create(&worker, 0, 0, 0);
+        worker.Start();
+        steps.Await(1);
+    }
+    gate.Open();
+    EXPECT_EQ(steps.Await(2).size(), 2U);
 }
 
 } // namespace

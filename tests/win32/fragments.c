@@ -1,10 +1,46 @@
-/* Fragments in the manner of C programs with Win32 calls, compiled unchanged. Each returns 1 if it
- * works. VERRICK_RECURSIVE_SECTIONS is defined for this file. */
+/* Fragments in the manner of Win32 programs, which C99 and C++11 compile unchanged. Each returns 0,
+ * or the line at which it failed. They run in a folder with a file "data" of 5 bytes, a read-only
+ * file "fixed.ini" and a folder "inner". VERRICK_RECURSIVE_SECTIONS is defined for them. */
 #include "tests/win32/fragments.h"
+
+#include <verrick/win32.h>
 
 #include <stdio.h>
 #include <string.h>
-#include <verrick/win32.h>
+
+#define CHECK(condition)                                                                           \
+    if (!(condition))                                                                              \
+    return __LINE__
+
+static int WaitOnEvents(void) {
+    HANDLE const latch = CreateEventW(NULL, TRUE, FALSE, TEXT("latch"));
+    HANDLE const turn = CreateEvent(NULL, FALSE, TRUE, NULL);
+    CHECK(WaitForSingleObject(turn, INFINITE) == WAIT_OBJECT_0);
+    switch (WaitForSingleObject(turn, 0)) {
+    case WAIT_OBJECT_0:
+    case WAIT_ABANDONED:
+    case WAIT_FAILED:
+        return __LINE__;
+    }
+    CHECK(SetEvent(latch) && WaitForSingleObject(latch, 0) == WAIT_OBJECT_0);
+    CHECK(ResetEvent(latch) && WaitForSingleObject(latch, 0) == WAIT_TIMEOUT);
+    CHECK(CloseHandle(latch) && CloseHandle(turn) && !CloseHandle(NULL));
+    return 0;
+}
+
+static int ReadPreviousCounts(void) {
+    LONG narrow;
+    long wide;
+    HANDLE const slots = CreateSemaphoreW(NULL, 1, 4, NULL);
+    CHECK(ReleaseSemaphore(slots, 1, &narrow) && narrow == 1);
+    CHECK(ReleaseSemaphore(slots, 1, &wide) && wide == 2);
+    narrow = 7;
+    CHECK(!ReleaseSemaphore(slots, 0, &narrow) && narrow == 7);
+    CHECK(ReleaseSemaphore(slots, 1, NULL));
+    CHECK(!ReleaseSemaphore(slots, 1, &narrow) && narrow == 4);
+    CHECK(CloseHandle(slots));
+    return 0;
+}
 
 static CRITICAL_SECTION g_section;
 
@@ -16,72 +52,114 @@ static int AddNested(int amount) {
     return sum;
 }
 
-int NestedSectionStaysTakenUntilTheLastLeave(void) {
-    int works;
-    InitializeCriticalSectionAndSpinCount(&g_section, 4000);
-    works = AddNested(4) == 10;
-    works = works && TryEnterCriticalSection(&g_section) && TryEnterCriticalSection(&g_section);
-    LeaveCriticalSection(&g_section);
-    LeaveCriticalSection(&g_section);
-    DeleteCriticalSection(&g_section);
-    return works;
+static int EnterNested(void) {
+    LPCRITICAL_SECTION const section = &g_section, same = section;
+    CHECK(InitializeCriticalSectionAndSpinCount(section, 4000));
+    CHECK(AddNested(4) == 10);
+    CHECK(TryEnterCriticalSection(section) && TryEnterCriticalSection(same));
+    LeaveCriticalSection(section);
+    LeaveCriticalSection(section);
+    DeleteCriticalSection(section);
+    return 0;
 }
 
-int SemaphoreReportsThePreviousCountAsLong(void) {
-    LONG previous = -1;
-    HANDLE const semaphore = CreateSemaphore(NULL, 1, 2, NULL);
-    int const released = ReleaseSemaphore(semaphore, 1, &previous) && previous == 1;
-    int const refused = !ReleaseSemaphore(semaphore, 1, NULL);
-    CloseHandle(semaphore);
-    return released && refused;
+static int CountReferences(void) {
+    LONG references = 1;
+    long asLong = 1;
+    CHECK(InterlockedIncrement(&references) == 2);
+    CHECK(InterlockedExchangeAdd(&references, 3) == 2);
+    CHECK(InterlockedDecrement(&references) == 4);
+    CHECK(InterlockedDecrement(&asLong) == 0);
+    return 0;
 }
 
-int FindAllTellsFilesFromFolders(char const* folder) {
-    struct _finddata_t found;
-    char spec[MAX_PATH];
-    int folders = 0;
-    int files = 0;
-    long handle;
-    snprintf(spec, sizeof spec, "%s\\*.*", folder);
-    handle = _findfirst(spec, &found);
-    if (handle == -1L) {
-        return 0;
+static int SpinForALock(void) {
+    LONG volatile lock = 0;
+    while (InterlockedCompareExchange(&lock, 1, 0) != 0) {
+        Sleep(0);
     }
+    CHECK(InterlockedCompareExchange(&lock, 5, 0) == 1);
+    CHECK(InterlockedExchange(&lock, 0) == 1 && lock == 0);
+    return 0;
+}
+
+static int ListTheFolder(void) {
+    struct _finddata_t found;
+    unsigned int folder = 99, fixed = 99, data = 99;
+    long const search = _findfirst(".\\*.*", &found);
+    CHECK(search != -1L);
     do {
-        if (found.attrib & _A_SUBDIR) {
-            folders += strcmp(found.name, "inner") == 0;
-        } else {
-            files += strcmp(found.name, "data") == 0 && found.size == 5;
-        }
-    } while (_findnext(handle, &found) == 0);
-    _findclose(handle);
-    return folders == 1 && files == 1;
+        folder = strcmp(found.name, "inner") == 0 ? found.attrib : folder;
+        fixed = strcmp(found.name, "fixed.ini") == 0 ? found.attrib : fixed;
+        data = strcmp(found.name, "data") == 0 && found.size == 5 ? found.attrib : data;
+    } while (_findnext(search, &found) == 0);
+    CHECK(folder == _A_SUBDIR && fixed == _A_RDONLY && data == _A_NORMAL);
+    CHECK(GetLastError() == ERROR_FILE_NOT_FOUND && _findclose(search) == 0);
+    return 0;
 }
 
-int ProfileNumbersAreRead(LPCTSTR fileName) {
-    WritePrivateProfileString(TEXT("net"), TEXT("port"), TEXT("8080 ; old"), fileName);
-    WritePrivateProfileString(TEXT("net"), TEXT("mask"), TEXT("0xff"), fileName);
-    WritePrivateProfileString(TEXT("net"), TEXT("offset"), TEXT("-3"), fileName);
-    return GetPrivateProfileInt(TEXT("net"), TEXT("port"), 1, fileName) == 8080 &&
-           GetPrivateProfileInt(TEXT("net"), TEXT("mask"), 1, fileName) == 255 &&
-           (int)GetPrivateProfileInt(TEXT("net"), TEXT("offset"), 1, fileName) == -3 &&
-           GetPrivateProfileInt(TEXT("net"), TEXT("none"), 7, fileName) == 7 &&
-           GetPrivateProfileInt(TEXT("net"), TEXT("port"), 7, TEXT("/none/none.ini")) == 7;
+static int ListByPattern(void) {
+    FindData plain;
+    struct _finddata_t found;
+    long search = _findfirst("*.ini", &found);
+    CHECK(search != -1 && strcmp(found.name, "fixed.ini") == 0 && _findclose(search) == 0);
+    search = _findfirst("d*", &plain);
+    CHECK(search != -1 && plain.size == 5 && _findclose(search) == 0);
+    CHECK(_findfirst("inner/*.c", &found) == -1 && _findfirst(NULL, &found) == -1);
+    return 0;
 }
 
-int GenericTextIsWide(void) {
-    TCHAR text[_countof(TEXT("ab-cd"))];
+static int AskWhyAFileDoesNotOpen(void) {
+    CHECK(fopen("data/none", "rb") == NULL && GetLastError() == ERROR_PATH_NOT_FOUND);
+    return 0;
+}
+
+static int ReadProfileNumbers(void) {
+    LPCTSTR const name = TEXT("numbers.ini");
+    WritePrivateProfileString(TEXT("net"), TEXT("port"), TEXT("8080 ; old"), name);
+    WritePrivateProfileStringW(L"net", L"mask", L"0xfF", name);
+    WritePrivateProfileString(_T("net"), _T("offset"), _T("-3"), name);
+    WritePrivateProfileString(_T("net"), _T("long"), _T("18446744073709551619"), name);
+    CHECK(GetPrivateProfileInt(_T("net"), _T("port"), 1, name) == 8080);
+    CHECK(GetPrivateProfileIntW(_T("net"), _T("mask"), 1, name) == 255);
+    CHECK((int)GetPrivateProfileInt(_T("net"), _T("offset"), 1, name) == -3);
+    CHECK(GetPrivateProfileInt(_T("net"), _T("long"), 1, name) == 3);
+    CHECK(GetPrivateProfileInt(_T("net"), _T("none"), 7, name) == 7);
+    CHECK(GetPrivateProfileInt(_T("net"), _T("port"), 7, _T("none/none.ini")) == 7);
+    return 0;
+}
+
+typedef size_t(CALLBACK* LengthProc)(LPCSTR text);
+
+static int CallALibrary(void) {
+    HINSTANCE const self = LoadLibraryW(TEXT(""));
+    LengthProc const length = (LengthProc)GetProcAddress(self, "strlen");
+    FARPROC const none = GetProcAddress(self, "no such function");
+    CHECK(length != NULL && length("four") == 4);
+    CHECK(none == NULL && FreeLibrary(self) && !FreeLibrary(NULL));
+    return 0;
+}
+
+static int JoinGenericText(void) {
+    TCHAR text[512];
     LPTSTR copy;
-    int works;
-    _tcscpy(text, _T("ab-"));
-    _tcscat(text, _T("cd"));
+    CHECK(_stprintf(text, _T("%s-%d"), TEXT("ab"), 12) < (int)_countof(text));
     copy = _tcsdup(text);
-    works = copy != NULL && _tcscmp(copy, L"ab-cd") == 0 && _tcsicmp(copy, _T("AB-CD")) == 0;
+    CHECK(copy != NULL && _tcsicmp(copy, _T("AB-12")) == 0);
     free(copy);
-    return works;
+    CHECK(_tcscmp(_tcstok(text, _T("-")), _T("ab")) == 0);
+    CHECK(_tcstol(_tcstok(NULL, _T("-")), NULL, 10) == 12);
+    return 0;
 }
 
-int LastErrorTellsOfTheMissingFile(void) {
-    FILE* const file = fopen("/none/none", "rb");
-    return file == NULL && GetLastError() == ERROR_FILE_NOT_FOUND;
+static int LayOutARecord(void) {
+    CHECK(sizeof(DWORD) == 4 && sizeof(LONG) == 4 && sizeof(ULONG) == 4 && sizeof(UINT) == 4);
+    CHECK(sizeof(BYTE) == 1 && sizeof(WORD) == 2 && sizeof(TCHAR) == sizeof(wchar_t));
+    return 0;
 }
+
+int (*const FRAGMENTS[])(void) = {
+    WaitOnEvents,           ReadPreviousCounts, EnterNested,  CountReferences, SpinForALock,
+    ListTheFolder,          ListByPattern,      CallALibrary, JoinGenericText, ReadProfileNumbers,
+    AskWhyAFileDoesNotOpen, LayOutARecord,      NULL,
+};

@@ -1,21 +1,11 @@
-#ifndef VERRICK_TESTS_WIN32_FRAGMENTS_H
-#define VERRICK_TESTS_WIN32_FRAGMENTS_H
-
-#include <wchar.h>
-
-#ifdef __cplusplus
-extern "C" {
-#endif
-
-int NestedSectionStaysTakenUntilTheLastLeave(void);
-int SemaphoreReportsThePreviousCountAsLong(void);
-int FindAllTellsFilesFromFolders(char const* folder);
-int ProfileNumbersAreRead(wchar_t const* fileName);
-int GenericTextIsWide(void);
-int LastErrorTellsOfTheMissingFile(void);
+/* What fragments.c offers, once as C99 and once as C++11. FRAGMENTS is the name that is compiled. A
+ * null pointer ends the list. */
+#pragma once
 
 #ifdef __cplusplus
-}
-#endif
-
+#define FRAGMENTS g_fragmentsInCpp11
+extern "C" int (*const g_fragmentsInC99[])(void);
+extern "C" int (*const g_fragmentsInCpp11[])(void);
+#else
+#define FRAGMENTS g_fragmentsInC99
 #endif

@@ -1,102 +1,37 @@
-// Fragments in the manner of Win32 programs, in C++, and those of fragments.c.
+// The fragments of fragments.c, and what takes several threads.
+#include <verrick/verrick.h>
+
 #include "tests/files/scratch.h"
 #include "tests/win32/fragments.h"
 #include <verrick/win32.h>
 
+#include <algorithm>
 #include <gtest/gtest.h>
+#include <thread>
+#include <vector>
 
 namespace {
 
-TEST(Win32InC, FragmentsWorkUnchanged) {
-    EXPECT_TRUE(NestedSectionStaysTakenUntilTheLastLeave());
-    EXPECT_TRUE(SemaphoreReportsThePreviousCountAsLong());
-    EXPECT_TRUE(GenericTextIsWide());
-    EXPECT_TRUE(LastErrorTellsOfTheMissingFile());
-}
-
-TEST(Win32InC, FilesAndProfilesWorkUnchanged) {
+void RunFragments(int (*const* fragment)(void)) {
     Scratch const currentFolder;
     WriteFile("data", "bytes");
+    WriteFile("fixed.ini", "");
+    std::filesystem::permissions("fixed.ini", std::filesystem::perms::owner_read);
     std::filesystem::create_directory("inner");
-    EXPECT_TRUE(FindAllTellsFilesFromFolders("."));
-    EXPECT_TRUE(ProfileNumbersAreRead(L"app.ini"));
-}
-
-// A reference counter as it stands in most such programs. The library's own InterlockedDecrement
-// reads the word again, so two threads could both see 0, or none.
-class Counted {
-public:
-    explicit Counted(LONG volatile* ends) : m_references(1), m_ends(ends) {}
-    void AddRef() { InterlockedIncrement(&m_references); }
-    void Release() {
-        if (InterlockedDecrement(&m_references) == 0) {
-            InterlockedIncrement(m_ends);
-            delete this;
-        }
+    for (; *fragment != nullptr; ++fragment) {
+        EXPECT_EQ((*fragment)(), 0) << "that line of fragments.c failed";
     }
-
-private:
-    ~Counted() = default;
-
-    LONG m_references;
-    LONG volatile* m_ends;
-};
-
-DWORD WINAPI ReleaseCounted(LPVOID argument) {
-    static_cast<Counted*>(argument)->Release();
-    return 0;
 }
 
-TEST(Win32, ReferenceCounterDeletesOnce) {
-    constexpr int rounds = 500;
-    LONG volatile ends = 0;
-    for (int round = 0; round < rounds; ++round) {
-        auto* const object = new Counted(&ends);
-        object->AddRef();
-        HANDLE const other = CreateThread(NULL, 0, ReleaseCounted, object, 0, NULL);
-        object->Release();
-        WaitForSingleObject(other, INFINITE);
-        CloseHandle(other);
-    }
-    EXPECT_EQ(ends, rounds);
+TEST(Win32, FragmentsInC99CompileUnchangedAndWork) {
+    RunFragments(g_fragmentsInC99);
 }
 
-TEST(Win32, InterlockedCallsReturnWhatWin32ProgramsExpect) {
-    LONG word = 5;
-    EXPECT_EQ(InterlockedExchangeAdd(&word, 3), 5);
-    EXPECT_EQ(InterlockedExchange(&word, 1), 8);
-    EXPECT_EQ(InterlockedCompareExchange(&word, 9, 2), 1);
-    EXPECT_EQ(word, 1);
-    EXPECT_EQ(InterlockedCompareExchange(&word, 9, 1), 1);
-    EXPECT_EQ(word, 9);
-    long wide = 1;
-    EXPECT_EQ(InterlockedDecrement(&wide), 0);
+TEST(Win32, FragmentsInCpp11CompileUnchangedAndWork) {
+    RunFragments(g_fragmentsInCpp11);
 }
 
-TEST(Win32, SemaphoreTakesBothKindsOfPreviousCount) {
-    HANDLE const semaphore = CreateSemaphore(NULL, 0, 3, NULL);
-    LONG narrow = -1;
-    long wide = -1;
-    EXPECT_EQ(ReleaseSemaphore(semaphore, 1, &narrow), 1);
-    EXPECT_EQ(narrow, 0);
-    EXPECT_EQ(ReleaseSemaphore(semaphore, 1, &wide), 1);
-    EXPECT_EQ(wide, 1);
-    EXPECT_EQ(ReleaseSemaphore(semaphore, 1, NULL), 1);
-    EXPECT_EQ(ReleaseSemaphore(semaphore, 1, &narrow), 0);
-    EXPECT_EQ(narrow, 3);
-    CloseHandle(semaphore);
-}
-
-DWORD WINAPI WaitForLeave(LPVOID argument) {
-    auto* const section = static_cast<RecursiveSection*>(argument);
-    bool const entered = section->TryEnter();
-    if (entered) {
-        section->Leave();
-    }
-    return entered ? 1 : 0;
-}
-
-DWORD RunAndGetExitCode(LPTHREAD_START_ROUTINE routine, LPVOID argument) {
+DWORD RunToTheEnd(LPTHREAD_START_ROUTINE routine, LPVOID argument) {
     HANDLE const thread = CreateThread(NULL, 0, routine, argument, 0, NULL);
     DWORD code = 77;
     EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
@@ -105,81 +40,113 @@ DWORD RunAndGetExitCode(LPTHREAD_START_ROUTINE routine, LPVOID argument) {
     return code;
 }
 
+// The library's own call reads the word again. So two threads could get the same result, and a
+// reference counter would delete its object twice.
+struct SharedCounter {
+    LONG count = 2000000;
+    LONG volatile running = 0;
+    std::vector<char> results = std::vector<char>(2000000);
+};
+
+DWORD WINAPI CountDown(LPVOID counter) {
+    auto* const shared = static_cast<SharedCounter*>(counter);
+    InterlockedIncrement(&shared->running);
+    while (InterlockedCompareExchange(&shared->running, 2, 2) != 2) {
+    }
+    for (int i = 0; i < 1000000; ++i) {
+        LONG const result = InterlockedDecrement(&shared->count);
+        ++shared->results[static_cast<std::size_t>(result)];
+    }
+    return 1;
+}
+
+TEST(Win32, NoTwoThreadsGetTheSameResultFromACounter) {
+    SharedCounter counter;
+    std::thread other(CountDown, &counter);
+    EXPECT_EQ(RunToTheEnd(CountDown, &counter), 1U);
+    other.join();
+    EXPECT_EQ(std::count(counter.results.begin(), counter.results.end(), 1), 2000000);
+}
+
+DWORD WINAPI CanEnter(LPVOID section) {
+    bool const entered = static_cast<RecursiveSection*>(section)->TryEnter();
+    if (entered) {
+        static_cast<RecursiveSection*>(section)->Leave();
+    }
+    return entered ? 1 : 0;
+}
+
 TEST(Win32, RecursiveSectionIsFreeAfterAsManyLeavesAsEnters) {
     RecursiveSection section;
     section.Enter();
     section.Enter();
     section.Leave();
-    EXPECT_EQ(RunAndGetExitCode(WaitForLeave, &section), 0U);
+    EXPECT_EQ(RunToTheEnd(CanEnter, &section), 0U);
     section.Leave();
-    EXPECT_EQ(RunAndGetExitCode(WaitForLeave, &section), 1U);
+    EXPECT_EQ(RunToTheEnd(CanEnter, &section), 1U);
 }
 
-struct Meeting {
-    HANDLE go = CreateEvent(NULL, TRUE, FALSE, NULL);
-    DWORD id = 0;
-    ~Meeting() { CloseHandle(go); }
-};
-
-DWORD WINAPI MeetAndLeave(LPVOID argument) {
-    auto* const meeting = static_cast<Meeting*>(argument);
-    meeting->id = GetCurrentThreadId();
-    WaitForSingleObject(meeting->go, INFINITE);
-    ExitThread(42);
+unsigned __stdcall SetAndEnd(void* event) {
+    SetEvent(event);
+    _endthreadex(GetCurrentThreadId());
 }
 
-TEST(Win32, ThreadHandleTellsTheEndAndTheExitCode) {
-    Meeting meeting;
-    DWORD id = 0;
-    HANDLE const thread = CreateThread(NULL, 0, MeetAndLeave, &meeting, CREATE_SUSPENDED, &id);
-    ASSERT_NE(thread, HANDLE());
+TEST(Win32, SuspendedThreadRunsAfterResumeAndTellsItsExitCode) {
+    HANDLE const ran = CreateEvent(NULL, TRUE, FALSE, NULL);
+    unsigned id = 0;
+    UINT_PTR const begun = _beginthreadex(NULL, 0, SetAndEnd, ran, CREATE_SUSPENDED, &id);
+    HANDLE const thread = reinterpret_cast<HANDLE>(begun);
     DWORD code = 0;
+    EXPECT_EQ(WaitForSingleObject(thread, 20), WAIT_TIMEOUT);
+    EXPECT_EQ(WaitForSingleObject(ran, 0), WAIT_TIMEOUT);
     EXPECT_TRUE(GetExitCodeThread(thread, &code));
     EXPECT_EQ(code, STILL_ACTIVE);
-    SetEvent(meeting.go);
-    EXPECT_EQ(WaitForSingleObject(thread, 20), WAIT_TIMEOUT); // it is suspended
     EXPECT_EQ(ResumeThread(thread), 1U);
     EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
     EXPECT_TRUE(GetExitCodeThread(thread, &code));
-    EXPECT_EQ(code, 42U);
-    EXPECT_EQ(meeting.id, id);
-    EXPECT_EQ(SetEvent(thread), 0);
-    EXPECT_EQ(CloseHandle(thread), 1);
+    EXPECT_EQ(code, id);
+    CloseHandle(thread);
+    CloseHandle(ran);
 }
 
-unsigned int SetAndReturn(void* argument) {
-    SetEvent(argument);
+// The thread's local storage ends when g_go is set.
+HANDLE const g_go = CreateEvent(NULL, TRUE, FALSE, NULL);
+
+DWORD WINAPI EndLate(LPVOID) {
+    pthread_key_t key;
+    pthread_key_create(&key, [](void* event) { WaitForSingleObject(event, INFINITE); });
+    pthread_setspecific(key, g_go);
     return 3;
 }
 
+TEST(Win32, WaitForAThreadCoversTheEndOfItsLocalStorage) {
+    ResetEvent(g_go);
+    HANDLE const thread = CreateThread(NULL, 0, EndLate, NULL, 0, NULL);
+    EXPECT_EQ(WaitForSingleObject(thread, 20), WAIT_TIMEOUT);
+    unsigned long otherResult = WAIT_FAILED;
+    std::thread other([&] { otherResult = WaitForSingleObject(thread, INFINITE); });
+    SetEvent(g_go);
+    EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
+    other.join();
+    EXPECT_EQ(otherResult, WAIT_OBJECT_0);
+    CloseHandle(thread);
+}
+
 TEST(Win32, ClosingAThreadHandleLeavesTheThreadRunning) {
-    HANDLE const done = CreateEvent(NULL, TRUE, FALSE, NULL);
-    UINT_PTR const thread = _beginthreadex(NULL, 0, SetAndReturn, done, CREATE_SUSPENDED, NULL);
-    ResumeThread(reinterpret_cast<HANDLE>(thread));
-    EXPECT_EQ(CloseHandle(reinterpret_cast<HANDLE>(thread)), 1);
-    EXPECT_EQ(WaitForSingleObject(done, INFINITE), WAIT_OBJECT_0);
-    CloseHandle(done);
+    // Never closed, because the thread may outlive the test.
+    static HANDLE const ran = CreateEvent(NULL, TRUE, FALSE, NULL);
+    HANDLE const thread = CreateThread(NULL, 0, SetAndEnd, ran, CREATE_SUSPENDED, NULL);
+    ResumeThread(thread);
+    EXPECT_EQ(CloseHandle(thread), 1);
+    EXPECT_EQ(WaitForSingleObject(ran, INFINITE), WAIT_OBJECT_0);
 }
 
 TEST(Win32, WrongHandlesAreRefused) {
-    HANDLE const event = CreateEvent(NULL, TRUE, FALSE, NULL);
     DWORD code = 1;
-    EXPECT_FALSE(GetExitCodeThread(event, &code));
-    EXPECT_EQ(ResumeThread(event), 0xFFFFFFFFU);
+    EXPECT_FALSE(GetExitCodeThread(g_go, &code));
+    EXPECT_EQ(ResumeThread(g_go), 0xFFFFFFFFU);
     EXPECT_EQ(CreateThread(NULL, 0, NULL, NULL, 0, NULL), HANDLE());
-    CloseHandle(event);
-}
-
-TEST(Win32, TypesHaveTheirWidths) {
-    EXPECT_EQ(sizeof(DWORD), 4U);
-    EXPECT_EQ(sizeof(LONG), 4U);
-    EXPECT_EQ(sizeof(ULONG), 4U);
-    EXPECT_EQ(sizeof(WORD), 2U);
-    EXPECT_EQ(sizeof(TCHAR), sizeof(wchar_t));
-    HMODULE const self = LoadLibrary(TEXT(""));
-    FARPROC const found = GetProcAddress(self, "malloc");
-    EXPECT_TRUE(found != nullptr);
-    FreeLibrary(self);
+    EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
 }
 
 } // namespace

@@ -21,8 +21,8 @@ public:
         }
     }
 
-    int m_received = 0; // both: once the thread has ended
-    char m_first = 0;
+    int m_received = 0; // read it after the thread has ended
+    char m_first = 0;   // likewise
 
 private:
     MsgQueue* m_queue;

@@ -14,4 +14,7 @@
 #define VERRICK_API_SHORT VERRICK_API
 #endif
 
+/* A class inside an exported one that is not exported with it. */
+#define VERRICK_INTERNAL __attribute__((visibility("hidden")))
+
 #endif

@@ -29,16 +29,17 @@
 #define ERROR_INSUFFICIENT_BUFFER 122U
 #define ERROR_ALREADY_EXISTS 183U
 #define ERROR_FILENAME_EXCED_RANGE 206U
+#define ERROR_NO_SYSTEM_RESOURCES 1450U
 
 /**
- * Returns the Win32 code for the calling thread's errno.
+ * Returns the Win32 code for the calling thread's errno. ERROR_GEN_FAILURE stands for everything
+ * that has no code here.
  *
- * The library keeps no error code of its own, so this is only as good as errno: a call of the
- * library that fails for a system call's sake leaves that call's errno, and a call that refuses an
- * argument leaves errno alone. Look at it after a failure only. ERROR_GEN_FAILURE stands for
- * everything that has no code here.
+ * The library keeps no error code of its own, so this is as good as errno. A call that fails
+ * because a system call fails leaves that one's errno. A call that refuses an argument leaves errno
+ * alone. Look at it after a failure only.
  */
-static inline DWORD GetLastError(void) {
+VERRICK_WIN32_CALL DWORD GetLastError(void) {
     switch (errno) {
     case 0:
         return ERROR_SUCCESS;
@@ -65,6 +66,8 @@ static inline DWORD GetLastError(void) {
         return ERROR_FILE_EXISTS;
     case EINVAL:
         return ERROR_INVALID_PARAMETER;
+    case EAGAIN:
+        return ERROR_NO_SYSTEM_RESOURCES;
     case ENOSPC:
         return ERROR_DISK_FULL;
     case ETIMEDOUT:
@@ -84,7 +87,7 @@ extern long syscall(long number, ...);
 #endif
 
 /** Returns the kernel's id of the calling thread, which IThread::GetThreadId returns too. */
-static inline DWORD GetCurrentThreadId(void) {
+VERRICK_WIN32_CALL DWORD GetCurrentThreadId(void) {
     return (DWORD)syscall(SYS_gettid);
 }
 

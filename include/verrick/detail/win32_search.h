@@ -8,6 +8,7 @@
 #include <verrick/flat/files.h>
 
 #include <dirent.h>
+#include <stdint.h>
 #include <string.h>
 #include <sys/stat.h>
 #include <time.h>
@@ -19,17 +20,20 @@
 #define _A_SUBDIR 0x10U
 #define _A_ARCH 0x20U
 
+typedef uint32_t _fsize_t;
+
 /**
- * An entry of a search. attrib has _A_SUBDIR for a directory, _A_RDONLY for an entry that its owner
- * may not write, and _A_HIDDEN for a name that begins with a dot. _A_SYSTEM and _A_ARCH never come.
- * An entry without a status, such as a link that leads nowhere, is _A_NORMAL with zeros.
+ * An entry of a search. attrib has _A_SUBDIR for a directory, and _A_RDONLY for an entry that its
+ * owner may not write. It has _A_HIDDEN for a name that begins with a dot, other than "." and "..".
+ * _A_SYSTEM and _A_ARCH never come. An entry without a status, such as a link that leads nowhere,
+ * is _A_NORMAL with zeros.
  */
 typedef struct _finddata_t {
     unsigned int attrib;
     time_t time_create; /* the last change of the entry's status */
     time_t time_access;
     time_t time_write;
-    uint32_t size; /* bytes, at most 0xFFFFFFFF */
+    _fsize_t size; /* bytes, at most 0xFFFFFFFF */
     char name[sizeof((FindData*)0)->name];
 } _finddata_t;
 
@@ -48,58 +52,65 @@ extern int fstatat(int directory, char const* path, struct stat* status,
 extern int dirfd(DIR* directory);
 #endif
 
-static inline unsigned int VerrickAttributes(char const* name, struct stat const* status) {
+VERRICK_WIN32_CALL unsigned int VerrickAttributes(char const* name, struct stat const* status) {
     int const isDots = strcmp(name, ".") == 0 || strcmp(name, "..") == 0;
     return (S_ISDIR(status->st_mode) ? _A_SUBDIR : 0U) |
            ((status->st_mode & S_IWUSR) == 0 ? _A_RDONLY : 0U) |
            (name[0] == '.' && !isDots ? _A_HIDDEN : 0U);
 }
 
-/* Fills data for the entry that the search just found. A search begins with the open directory. */
-static inline void VerrickFillFindData(long handle, char const* name, _finddata_t* data) {
+/* Fills data for the entry that a search found. A search begins with its open directory. */
+VERRICK_WIN32_CALL void VerrickFillFindData(long handle, FindData const* found, _finddata_t* data) {
     DIR* const* const directory = (DIR* const*)handle;
     struct stat status;
-    memset(data, 0, sizeof *data);
-    strcpy(data->name, name);
-    if (fstatat(dirfd(*directory), name, &status, 0) == 0) {
-        data->attrib = VerrickAttributes(name, &status);
-        data->time_create = status.st_ctime;
+    data->attrib = _A_NORMAL;
+    data->time_create = found->createTime;
+    data->time_access = found->accessTime;
+    data->time_write = found->writeTime;
+    data->size = found->size;
+    memcpy(data->name, found->name, strlen(found->name) + 1);
+    if (fstatat(dirfd(*directory), found->name, &status, 0) == 0) {
+        data->attrib = VerrickAttributes(found->name, &status);
+        data->time_create = status.st_ctime; /* FindData has 32 bits for it */
         data->time_access = status.st_atime;
         data->time_write = status.st_mtime;
-        data->size =
-            (uint64_t)status.st_size < 0xFFFFFFFFU ? (uint32_t)status.st_size : 0xFFFFFFFFU;
     }
+}
+
+/* Tells whether the last part of a search text is "*.*". */
+VERRICK_WIN32_CALL int VerrickMeansAll(char const* spec, size_t length) {
+    return length >= 3 && strcmp(spec + length - 3, "*.*") == 0 &&
+           (length == 3 || spec[length - 4] == '/' || spec[length - 4] == '\\');
 }
 
 /**
  * As the library's _findfirst, for a _finddata_t. "*.*" as the last part of spec means every entry,
- * as Win32 programs mean it. All other patterns match as files.h says: a star doesn't pass a dot.
- * errno stays as the search left it.
+ * as Win32 programs mean it. All other patterns match as flat/files.h says: a star doesn't pass a
+ * dot.
  */
-static inline long VerrickFindFirst(char const* spec, _finddata_t* data) {
+VERRICK_WIN32_CALL long VerrickFindFirst(char const* spec, _finddata_t* data) {
     FindData found;
     char all[4096];
     size_t const length = spec != NULL ? strlen(spec) : 0;
-    int const isAll = length >= 3 && length < sizeof all && strcmp(spec + length - 3, "*.*") == 0 &&
-                      (length == 3 || spec[length - 4] == '/' || spec[length - 4] == '\\');
     long handle = 0;
-    if (isAll) {
+    if (length < sizeof all && VerrickMeansAll(spec, length)) {
         memcpy(all, spec, length - 2);
         all[length - 2] = '\0';
+        spec = all;
     }
-    handle = _findfirst(isAll ? all : spec, &found);
+    handle = _findfirst(spec, &found);
     if (handle != -1) {
-        VerrickFillFindData(handle, found.name, data);
+        VerrickFillFindData(handle, &found, data);
     }
     return handle;
 }
 
 /** As the library's _findnext, for a _finddata_t. */
-static inline int VerrickFindNext(long handle, _finddata_t* data) {
+VERRICK_WIN32_CALL int VerrickFindNext(long handle, _finddata_t* data) {
     FindData found;
     int const result = _findnext(handle, &found);
     if (result == 0) {
-        VerrickFillFindData(handle, found.name, data);
+        VerrickFillFindData(handle, &found, data);
     }
     return result;
 }
@@ -111,14 +122,14 @@ inline long _findfirst(char const* spec, _finddata_t* data) {
 inline int _findnext(long handle, _finddata_t* data) {
     return VerrickFindNext(handle, data);
 }
-#elif __STDC_VERSION__ >= 201112L
-#define _findfirst(spec, data)                                                                     \
-    _Generic((data), _finddata_t * : VerrickFindFirst, default : (_findfirst))((spec), (data))
-#define _findnext(handle, data)                                                                    \
-    _Generic((data), _finddata_t * : VerrickFindNext, default : (_findnext))((handle), (data))
 #else
-#define _findfirst VerrickFindFirst
-#define _findnext VerrickFindNext
+#define VERRICK_IS_FIND_DATA(data) __builtin_types_compatible_p(__typeof__(data), FindData*)
+#define _findfirst(spec, data)                                                                     \
+    __builtin_choose_expr(VERRICK_IS_FIND_DATA(data), (_findfirst), VerrickFindFirst)((spec),      \
+                                                                                      (data))
+#define _findnext(handle, data)                                                                    \
+    __builtin_choose_expr(VERRICK_IS_FIND_DATA(data), (_findnext), VerrickFindNext)((handle),      \
+                                                                                    (data))
 #endif
 
 #endif

@@ -8,27 +8,29 @@
 
 /**
  * A critical section that its holder may enter again. It is free after as many leaves as enters.
- * The record is the caller's and doesn't move while it is in use.
+ * The record is the caller's and doesn't move while it is in use. A thread leaves it before it
+ * ends.
  */
-typedef struct RECURSIVE_SECTION {
+typedef struct VERRICK_LOCK RECURSIVE_SECTION {
     CRITICAL_SECTION section; /**< belongs to the calls, like the next two */
     unsigned long owner;      /**< the thread inside; 0 while there is none */
     unsigned long depth;      /**< how often it entered; its own alone */
 } RECURSIVE_SECTION;
+typedef RECURSIVE_SECTION* LPRECURSIVE_SECTION;
 
 /* The owner is read by threads that aren't inside. A thread finds itself there only if it wrote
  * itself, so relaxed is enough. */
-static inline int VerrickOwnsSection(RECURSIVE_SECTION* section) {
+VERRICK_WIN32_CALL int VerrickOwnsSection(RECURSIVE_SECTION* section) {
     return __atomic_load_n(&section->owner, __ATOMIC_RELAXED) == (unsigned long)pthread_self();
 }
 
-static inline void VerrickBeginOwning(RECURSIVE_SECTION* section) {
+VERRICK_WIN32_CALL void VerrickBeginOwning(RECURSIVE_SECTION* section) {
     __atomic_store_n(&section->owner, (unsigned long)pthread_self(), __ATOMIC_RELAXED);
     section->depth = 1;
 }
 
 /** Makes a free section. Does nothing with null, like every call here. */
-static inline void InitializeRecursiveSection(RECURSIVE_SECTION* section) {
+VERRICK_WIN32_CALL void InitializeRecursiveSection(RECURSIVE_SECTION* section) {
     if (section != NULL) {
         section->owner = 0;
         section->depth = 0;
@@ -37,14 +39,14 @@ static inline void InitializeRecursiveSection(RECURSIVE_SECTION* section) {
 }
 
 /** Ends the section. Nobody is inside or on the way in. */
-static inline void DeleteRecursiveSection(RECURSIVE_SECTION* section) {
+VERRICK_WIN32_CALL void DeleteRecursiveSection(RECURSIVE_SECTION* section) {
     if (section != NULL) {
         DeleteCriticalSection(&section->section);
     }
 }
 
 /** Waits for ever until the section is free, and takes it. The holder enters at once. */
-static inline void EnterRecursiveSection(RECURSIVE_SECTION* section) {
+VERRICK_WIN32_CALL void EnterRecursiveSection(RECURSIVE_SECTION* section) {
     if (section == NULL) {
         return;
     }
@@ -57,7 +59,7 @@ static inline void EnterRecursiveSection(RECURSIVE_SECTION* section) {
 }
 
 /** Takes the section if it is free or the caller's. Returns 1, or 0 if another thread has it. */
-static inline int TryEnterRecursiveSection(RECURSIVE_SECTION* section) {
+VERRICK_WIN32_CALL int TryEnterRecursiveSection(RECURSIVE_SECTION* section) {
     if (section == NULL) {
         return 0;
     }
@@ -74,7 +76,7 @@ static inline int TryEnterRecursiveSection(RECURSIVE_SECTION* section) {
 
 /** Takes one entry back. The last one frees the section. A thread that isn't inside changes nothing
  * and gets the printed line of LeaveCriticalSection. */
-static inline void LeaveRecursiveSection(RECURSIVE_SECTION* section) {
+VERRICK_WIN32_CALL void LeaveRecursiveSection(RECURSIVE_SECTION* section) {
     if (section == NULL) {
         return;
     }
@@ -91,10 +93,15 @@ static inline void LeaveRecursiveSection(RECURSIVE_SECTION* section) {
 /** A RECURSIVE_SECTION as a class. Any thread may call its operations. */
 class RecursiveSection {
 public:
+    /** Makes a free section. */
     RecursiveSection() { InitializeRecursiveSection(&m_section); }
+    /** Ends the section. Nobody is inside or on the way in. */
     ~RecursiveSection() { DeleteRecursiveSection(&m_section); }
+    /** Waits for ever until the section is free, and takes it. The holder enters at once. */
     void Enter() { EnterRecursiveSection(&m_section); }
+    /** Takes the section if it is free or the caller's. Returns false if another thread has it. */
     bool TryEnter() { return TryEnterRecursiveSection(&m_section) != 0; }
+    /** Takes one entry back. The last one frees the section. */
     void Leave() { LeaveRecursiveSection(&m_section); }
     RecursiveSection(RecursiveSection const&) = delete;
     RecursiveSection& operator=(RecursiveSection const&) = delete;
@@ -102,11 +109,20 @@ public:
 private:
     RECURSIVE_SECTION m_section;
 };
+
+/* What verrick::LockGuard calls for this record. */
+inline void VerrickEnterSection(RECURSIVE_SECTION& section) {
+    EnterRecursiveSection(&section);
+}
+inline void VerrickLeaveSection(RECURSIVE_SECTION& section) {
+    LeaveRecursiveSection(&section);
+}
 #endif
 
 #ifdef VERRICK_RECURSIVE_SECTIONS
 #define CRITICAL_SECTION RECURSIVE_SECTION
-#define LPCRITICAL_SECTION RECURSIVE_SECTION*
+#define LPCRITICAL_SECTION LPRECURSIVE_SECTION
+#define PCRITICAL_SECTION LPRECURSIVE_SECTION
 #define InitializeCriticalSection InitializeRecursiveSection
 #define DeleteCriticalSection DeleteRecursiveSection
 #define EnterCriticalSection EnterRecursiveSection
@@ -115,8 +131,8 @@ private:
 #endif
 
 /** As InitializeCriticalSection. The spin count is ignored. Returns 1. */
-static inline int InitializeCriticalSectionAndSpinCount(CRITICAL_SECTION* section,
-                                                        DWORD spinCount) {
+VERRICK_WIN32_CALL int InitializeCriticalSectionAndSpinCount(CRITICAL_SECTION* section,
+                                                             DWORD spinCount) {
     (void)spinCount;
     InitializeCriticalSection(section);
     return 1;

@@ -1,18 +1,27 @@
 /*
- * ReleaseSemaphore of verrick/win32.h, for a previous count of the type LONG.
+ * ReleaseSemaphore of verrick/win32.h, for a previous count of the type LONG as well as long.
  */
 #ifndef VERRICK_DETAIL_WIN32_SEMAPHORES_H
 #define VERRICK_DETAIL_WIN32_SEMAPHORES_H
 
 #include <verrick/detail/win32_types.h>
 
-/* As the library's ReleaseSemaphore, which stores a long. *previousCount changes only where that
- * call stores. */
-static inline int VerrickReleaseSemaphore(HANDLE semaphore, long count, LONG* previousCount) {
-    long previous = previousCount != NULL ? *previousCount : 0;
-    int const released =
-        ReleaseSemaphore(semaphore, count, previousCount != NULL ? &previous : NULL);
-    if (previousCount != NULL) {
+#include <limits.h>
+
+/* Inlined, the function below would make GCC warn of programs that pass a word without a value. */
+#ifdef __cplusplus
+#define VERRICK_CALL_NOT_INLINED __attribute__((noinline)) inline
+#else
+#define VERRICK_CALL_NOT_INLINED __attribute__((noinline, unused)) static
+#endif
+
+/* As the library's ReleaseSemaphore. It stores a count exactly when that call stores one. It
+ * doesn't read *previousCount. */
+VERRICK_CALL_NOT_INLINED int VerrickReleaseSemaphore(HANDLE semaphore, long count,
+                                                     LONG* previousCount) {
+    long previous = LONG_MIN; /* no semaphore has this count */
+    int const released = ReleaseSemaphore(semaphore, count, &previous);
+    if (previousCount != NULL && previous != LONG_MIN) {
         *previousCount = (LONG)previous;
     }
     return released;
@@ -31,13 +40,11 @@ inline typename VerrickIfLong<Count>::type ReleaseSemaphore(HANDLE semaphore, lo
                                                             Count* previousCount) {
     return VerrickReleaseSemaphore(semaphore, count, previousCount);
 }
-#elif __STDC_VERSION__ >= 201112L
-#define ReleaseSemaphore(semaphore, count, previousCount)                                          \
-    _Generic((previousCount), LONG *                                                               \
-             : VerrickReleaseSemaphore, default                                                    \
-             : (ReleaseSemaphore))((semaphore), (count), (previousCount))
 #else
-#define ReleaseSemaphore VerrickReleaseSemaphore
+#define ReleaseSemaphore(semaphore, count, previousCount)                                          \
+    __builtin_choose_expr(__builtin_types_compatible_p(__typeof__(previousCount), LONG*),          \
+                          VerrickReleaseSemaphore,                                                 \
+                          (ReleaseSemaphore))((semaphore), (count), (previousCount))
 #endif
 
 #endif

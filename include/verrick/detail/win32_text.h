@@ -1,5 +1,14 @@
 /*
  * The generic-text names of verrick/win32.h: all of them are the wide ones.
+ *
+ * Three differ from the calls that Win32 programs know:
+ * - _tcstok is the library's _wcstok. It has one search for the whole process, not one a thread.
+ * - _stprintf is the library's _sprintf. It prints 512 characters at most, and its %s with a flag,
+ *   width or precision takes narrow text.
+ * - _tcsicmp and _wcsicmp fold to upper case, and return -1, 0 or 1.
+ *
+ * There is no _tprintf. The C library's wide output takes %s for narrow text, and a stream that
+ * printed wide text refuses narrow text afterwards.
  */
 #ifndef VERRICK_DETAIL_WIN32_TEXT_H
 #define VERRICK_DETAIL_WIN32_TEXT_H
@@ -17,7 +26,7 @@
 
 /* Returns a copy that the caller releases with free, or null if memory is short or text is null.
  * The library's own _strdup returns one for delete[]. */
-static inline wchar_t* VerrickWideCopy(wchar_t const* text) {
+VERRICK_WIN32_CALL wchar_t* VerrickWideCopy(wchar_t const* text) {
     size_t const size = text != NULL ? wcslen(text) + 1 : 0;
     wchar_t* const copy = (wchar_t*)(size != 0 ? malloc(size * sizeof *text) : NULL);
     return copy != NULL ? wmemcpy(copy, text, size) : NULL;
@@ -25,6 +34,7 @@ static inline wchar_t* VerrickWideCopy(wchar_t const* text) {
 
 #define _wcsdup VerrickWideCopy
 #define _wcsicmp _stricmp
+#define _wcsupr _strupr
 
 #define _tcslen wcslen
 #define _tcscpy wcscpy
@@ -45,7 +55,7 @@ static inline wchar_t* VerrickWideCopy(wchar_t const* text) {
 #define _tcstoul wcstoul
 #define _tcstod wcstod
 #define _tcsdup VerrickWideCopy
-#define _tprintf wprintf
-#define _ftprintf fwprintf
+#define _tcsupr _strupr
+#define _stprintf _sprintf
 
 #endif

@@ -2,8 +2,9 @@
  * Threads behind handles, for C++ programs with verrick/win32.h.
  *
  * TerminateThread is left out. It would end a thread between any two instructions, with locks held
- * and memory half written; no library can make that sound on POSIX. Let the thread's function
- * return instead, for example on an event that it waits for.
+ * and memory half written. No library can make that sound on POSIX. Let the thread's function
+ * return instead, for example on an event that it waits for. SuspendThread is left out because it
+ * would stop a thread that holds a lock.
  */
 #ifndef VERRICK_DETAIL_WIN32_THREADS_H
 #define VERRICK_DETAIL_WIN32_THREADS_H
@@ -14,12 +15,17 @@
 #include <verrick/detail/win32_types.h>
 #include <verrick/handles.h>
 
-#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <condition_variable>
 #include <cstddef>
 #include <memory>
+#include <mutex>
 #include <pthread.h>
+#include <time.h>
 
 #define CREATE_SUSPENDED 0x4U
+#define STACK_SIZE_PARAM_IS_A_RESERVATION 0x10000U
 #define STILL_ACTIVE 259U
 
 namespace verrick {
@@ -27,81 +33,206 @@ namespace win32 {
 
 constexpr unsigned long kThreadTypeTag = 0x7EADC0DEUL;
 
-/* Closes a handle at the end of its owner. */
-class OwnedHandle {
+/* The moment at which a wait ends. It is on the system's clock, as in all waits of the library. */
+class WaitEnd {
 public:
-    explicit OwnedHandle(HANDLE handle) : m_handle(handle) {}
-    ~OwnedHandle() { ::CloseHandle(m_handle); }
-    HANDLE Get() const { return m_handle; }
-    OwnedHandle(OwnedHandle const&) = delete;
-    OwnedHandle& operator=(OwnedHandle const&) = delete;
+    explicit WaitEnd(unsigned long timeoutMs)
+        : m_never((timeoutMs & 0xFFFFFFFFUL) == INFINITE),
+          m_time(std::chrono::system_clock::now() +
+                 std::chrono::milliseconds(timeoutMs & 0xFFFFFFFFUL)) {}
+
+    /* Waits until the condition holds. Returns false if the time runs out first. */
+    template<typename Condition>
+    bool Await(std::condition_variable& changed, std::unique_lock<std::mutex>& lock,
+               Condition condition) const {
+        if (m_never) {
+            changed.wait(lock, condition);
+            return true;
+        }
+        return changed.wait_until(lock, m_time, condition);
+    }
+
+    /* Returns 0, ETIMEDOUT or another error of the join. */
+    int Join(pthread_t thread) const {
+        if (m_never) {
+            return pthread_join(thread, nullptr);
+        }
+        std::chrono::nanoseconds const sinceEpoch = m_time.time_since_epoch();
+        constexpr long long second = 1000000000;
+        timespec deadline;
+        deadline.tv_sec = static_cast<time_t>(sinceEpoch.count() / second);
+        deadline.tv_nsec = static_cast<long>(sinceEpoch.count() % second);
+        return pthread_timedjoin_np(thread, nullptr, &deadline);
+    }
 
 private:
-    HANDLE m_handle;
+    bool m_never;
+    std::chrono::system_clock::time_point m_time;
 };
 
-/* What the handle and the thread share. It lives until both are done with it. */
-struct Thread {
-    Thread(LPTHREAD_START_ROUTINE threadRoutine, LPVOID threadArgument)
-        : routine(threadRoutine), argument(threadArgument), exitCode(STILL_ACTIVE), id(0),
-          suspended(0), identified(CreateEvent(nullptr, 1, 0, nullptr)),
-          resumed(CreateEvent(nullptr, 1, 0, nullptr)), ended(CreateEvent(nullptr, 1, 0, nullptr)) {
-    }
-
-    LPTHREAD_START_ROUTINE const routine;
-    LPVOID const argument;
-    /* Ordered by the events: exitCode by ended, id by identified. */
-    std::atomic<DWORD> exitCode;
-    std::atomic<DWORD> id;
-    std::atomic<int> suspended; /* 1 until ResumeThread */
-    /* Manual-reset events. */
-    OwnedHandle identified;
-    OwnedHandle resumed;
-    OwnedHandle ended;
-};
-
-typedef std::shared_ptr<Thread> SharedThread;
-
-/* The calling thread, if CreateThread made it; else null. */
-inline Thread*& CurrentThread() {
-    static thread_local Thread* current = nullptr;
-    return current;
-}
-
-/* Tells the waiters on every way out of the thread: by return, by ExitThread and by pthread_exit.
+/*
+ * What the handle and the thread share. It lives until both have let go of it.
+ *
+ * One waiter joins the POSIX thread, so that after a wait no code of the thread runs any more. The
+ * other waiters wait for its result. If its time runs out, the next one joins.
  */
-struct ThreadEnd {
-    explicit ThreadEnd(Thread& endingThread) : thread(endingThread) {}
-    ~ThreadEnd() {
-        DWORD running = STILL_ACTIVE;
-        thread.exitCode.compare_exchange_strong(running, 0U);
-        ::SetEvent(thread.ended.Get());
+class Thread {
+public:
+    Thread(LPTHREAD_START_ROUTINE routine, LPVOID argument, bool isSuspended)
+        : m_routine(routine), m_argument(argument), m_thread(), m_isSuspended(isSuspended),
+          m_hasEnded(false), m_join(kNotJoined), m_id(0), m_exitCode(STILL_ACTIVE) {}
+
+    /* Returns 0, or the error of the system, which then made no thread. */
+    static int Start(std::shared_ptr<Thread> const& thread, std::size_t stackBytes, DWORD flags) {
+        std::unique_ptr<std::shared_ptr<Thread>> argument(new std::shared_ptr<Thread>(thread));
+        pthread_attr_t attributes;
+        pthread_attr_init(&attributes);
+        SetStackSize(&attributes, stackBytes, flags);
+        int const error = pthread_create(&thread->m_thread, &attributes, &Main, argument.get());
+        pthread_attr_destroy(&attributes);
+        if (error == 0) {
+            static_cast<void>(argument.release());
+        }
+        return error;
     }
-    Thread& thread;
+
+    /* Waits for the thread's first step. */
+    DWORD AwaitId() {
+        std::unique_lock<std::mutex> lock(m_lock);
+        m_changed.wait(lock, [this] { return m_id != 0; });
+        return m_id;
+    }
+
+    /* Returns how often the thread was suspended before: 1 or 0. */
+    DWORD Resume() {
+        std::lock_guard<std::mutex> const lock(m_lock);
+        DWORD const count = m_isSuspended ? 1 : 0;
+        m_isSuspended = false;
+        m_changed.notify_all();
+        return count;
+    }
+
+    DWORD ExitCode() {
+        std::lock_guard<std::mutex> const lock(m_lock);
+        return m_exitCode;
+    }
+
+    unsigned long AwaitEnd(unsigned long timeoutMs) {
+        WaitEnd const end(timeoutMs);
+        std::unique_lock<std::mutex> lock(m_lock);
+        if (!end.Await(m_changed, lock, [this] { return m_hasEnded && m_join != kJoining; })) {
+            return WAIT_TIMEOUT;
+        }
+        if (m_join == kJoined) {
+            return WAIT_OBJECT_0;
+        }
+        m_join = kJoining;
+        lock.unlock();
+        int const error = end.Join(m_thread);
+        lock.lock();
+        m_join = error == 0 ? kJoined : kNotJoined;
+        m_changed.notify_all();
+        lock.unlock();
+        if (error == ETIMEDOUT) {
+            return WAIT_TIMEOUT;
+        }
+        return error == 0 ? WAIT_OBJECT_0 : WAIT_FAILED;
+    }
+
+    /* Lets the thread run on by itself. Nobody waits for it any more. */
+    void Detach() {
+        std::lock_guard<std::mutex> const lock(m_lock);
+        if (m_join == kNotJoined) {
+            pthread_detach(m_thread);
+        }
+    }
+
+    /* Sets the exit code of the calling thread. Does nothing if CreateThread didn't make it. */
+    static void SetOwnExitCode(DWORD exitCode) { OwnEnd().exitCode = exitCode; }
+
+private:
+    enum JoinState { kNotJoined, kJoining, kJoined };
+
+    /* Tells the waiters when the thread ends in any way: by return, ExitThread or pthread_exit. It
+     * is the thread's first thread_local object, so all others are destroyed before it. */
+    struct End {
+        std::shared_ptr<Thread> thread; /* null in threads that CreateThread didn't make */
+        DWORD exitCode = 0;
+        ~End() {
+            if (thread != nullptr) {
+                thread->TellEnd(exitCode);
+            }
+        }
+    };
+
+    static End& OwnEnd() {
+        static thread_local End end;
+        return end;
+    }
+
+    /* Win32 takes the size for the part of the stack that is ready at once, unless flags say
+     * otherwise. So the default size is the smallest. The system refuses what is too small. */
+    static void SetStackSize(pthread_attr_t* attributes, std::size_t bytes, DWORD flags) {
+        std::size_t defaultBytes = 0;
+        pthread_attr_getstacksize(attributes, &defaultBytes);
+        bool const isWholeStack = (flags & STACK_SIZE_PARAM_IS_A_RESERVATION) != 0 && bytes != 0;
+        if (isWholeStack || bytes > defaultBytes) {
+            pthread_attr_setstacksize(attributes, bytes);
+        }
+    }
+
+    static void* Main(void* argument) {
+        std::unique_ptr<std::shared_ptr<Thread>> shared(
+            static_cast<std::shared_ptr<Thread>*>(argument));
+        End& end = OwnEnd();
+        end.thread = *shared;
+        shared.reset();
+        Thread& thread = *end.thread;
+        thread.Begin();
+        SetOwnExitCode(thread.m_routine(thread.m_argument));
+        return nullptr;
+    }
+
+    void Begin() {
+        std::unique_lock<std::mutex> lock(m_lock);
+        m_id = GetCurrentThreadId();
+        m_changed.notify_all();
+        m_changed.wait(lock, [this] { return !m_isSuspended; });
+    }
+
+    void TellEnd(DWORD exitCode) {
+        std::lock_guard<std::mutex> const lock(m_lock);
+        m_exitCode = exitCode;
+        m_hasEnded = true;
+        m_changed.notify_all();
+    }
+
+    LPTHREAD_START_ROUTINE const m_routine;
+    LPVOID const m_argument;
+    pthread_t m_thread; /* constant after Start; the thread itself doesn't read it */
+    std::mutex m_lock;
+    std::condition_variable m_changed; /* after each change of what follows */
+    /* All guarded by m_lock. */
+    bool m_isSuspended;
+    bool m_hasEnded; /* its function and its thread_local objects are through */
+    JoinState m_join;
+    DWORD m_id; /* 0 before the thread's first step */
+    DWORD m_exitCode;
 };
 
-inline void* ThreadEntry(void* argument) {
-    std::unique_ptr<SharedThread> const owned(static_cast<SharedThread*>(argument));
-    Thread& thread = **owned;
-    ThreadEnd const end(thread);
-    CurrentThread() = &thread;
-    thread.id.store(GetCurrentThreadId());
-    ::SetEvent(thread.identified.Get());
-    ::WaitForSingleObject(thread.resumed.Get(), INFINITE);
-    thread.exitCode.store(thread.routine(thread.argument));
-    return nullptr;
-}
-
-/* The object behind the handle of a thread. Closing it leaves the thread running. */
+/* The object behind the handle of a thread. */
 class ThreadHandle : public XHandleObject {
 public:
-    explicit ThreadHandle(SharedThread const& thread)
+    explicit ThreadHandle(std::shared_ptr<Thread> const& thread)
         : XHandleObject(kThreadTypeTag), m_thread(thread) {}
 
     unsigned long WaitForSingleObject(unsigned long timeoutMs) override {
-        return ::WaitForSingleObject(m_thread->ended.Get(), timeoutMs);
+        return m_thread->AwaitEnd(timeoutMs);
     }
-    int CloseHandle() override { return 1; }
+    int CloseHandle() override {
+        m_thread->Detach();
+        return 1;
+    }
     int SetToSignaledState() override { return 0; }
 
     /* Returns the thread behind a handle, or null if the handle isn't a thread's. */
@@ -111,60 +242,50 @@ public:
     }
 
 private:
-    SharedThread const m_thread;
+    std::shared_ptr<Thread> const m_thread;
 };
-
-/* Starts a detached thread for an argument that it takes over. */
-inline bool StartThread(std::size_t stackBytes, SharedThread* argument) {
-    pthread_attr_t attributes;
-    pthread_attr_init(&attributes);
-    pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
-    if (stackBytes != 0) {
-        pthread_attr_setstacksize(&attributes, stackBytes); /* refused if it is too small */
-    }
-    pthread_t created;
-    bool const started = pthread_create(&created, &attributes, &ThreadEntry, argument) == 0;
-    pthread_attr_destroy(&attributes);
-    return started;
-}
 
 } // namespace win32
 } // namespace verrick
 
 /**
- * Starts a thread and returns a handle to it, or null if the system refuses or routine is null.
+ * Starts a thread and returns a handle to it, which the caller closes. Returns null if routine is
+ * null or the system refuses, and GetLastError tells the reason. Stands for pthread_create.
  *
- * WaitForSingleObject on the handle waits for the thread's end. CloseHandle ends the handle alone:
- * the thread runs on. Throws std::bad_alloc.
+ * WaitForSingleObject on the handle waits for the thread's end, and any number of threads may do
+ * so. After it no code of the thread runs, the destructors of its thread_local objects included. A
+ * thread that waits for itself waits until the time runs out.
+ *
+ * CloseHandle ends the handle alone and the thread runs on. A suspended thread without a handle
+ * stays suspended for ever. Throws std::bad_alloc.
  *
  * @param attributes ignored.
- * @param stackSize bytes; 0 and a size that the system refuses give its default size.
- * @param routine the thread's body; its result is the exit code.
+ * @param stackSize bytes that the stack has at least. It never gets less than the system's default,
+ * unless flags ask for it.
+ * @param routine the thread's body. Its result is the exit code.
  * @param argument passed to routine.
- * @param flags CREATE_SUSPENDED holds the thread back until ResumeThread; other bits are ignored.
- * @param threadId gets the kernel's id of the thread; may be null.
+ * @param flags CREATE_SUSPENDED holds the thread back until ResumeThread.
+ * STACK_SIZE_PARAM_IS_A_RESERVATION makes stackSize the whole size. Other bits are ignored.
+ * @param threadId gets the kernel's id of the thread. May be null.
  */
 inline HANDLE CreateThread(LPVOID attributes, SIZE_T stackSize, LPTHREAD_START_ROUTINE routine,
                            LPVOID argument, DWORD flags, LPDWORD threadId) {
     namespace win32 = verrick::win32;
     static_cast<void>(attributes);
     if (routine == nullptr) {
+        errno = EINVAL;
         return nullptr;
     }
-    win32::SharedThread const thread = std::make_shared<win32::Thread>(routine, argument);
+    std::shared_ptr<win32::Thread> const thread =
+        std::make_shared<win32::Thread>(routine, argument, (flags & CREATE_SUSPENDED) != 0);
     std::unique_ptr<win32::ThreadHandle> handle(new win32::ThreadHandle(thread));
-    std::unique_ptr<win32::SharedThread> entryArgument(new win32::SharedThread(thread));
-    if (!win32::StartThread(stackSize, entryArgument.get())) {
+    int const error = win32::Thread::Start(thread, stackSize, flags);
+    if (error != 0) {
+        errno = error;
         return nullptr;
     }
-    static_cast<void>(entryArgument.release());
-    thread->suspended.store((flags & CREATE_SUSPENDED) != 0 ? 1 : 0);
-    if ((flags & CREATE_SUSPENDED) == 0) {
-        ::SetEvent(thread->resumed.Get());
-    }
-    ::WaitForSingleObject(thread->identified.Get(), INFINITE);
     if (threadId != nullptr) {
-        *threadId = thread->id.load();
+        *threadId = thread->AwaitId();
     }
     return static_cast<XHandleObject*>(handle.release());
 }
@@ -181,17 +302,11 @@ inline UINT_PTR _beginthreadex(void* attributes, unsigned int stackSize,
 
 /**
  * Lets a thread that was created with CREATE_SUSPENDED run. Returns 1 for the call that does so, 0
- * for a thread that runs already, and 0xFFFFFFFF for a handle that isn't a thread's. Threads can't
- * be suspended again.
+ * for a thread that runs already, and 0xFFFFFFFF for a handle that isn't a thread's.
  */
 inline DWORD ResumeThread(HANDLE handle) {
     verrick::win32::Thread* const thread = verrick::win32::ThreadHandle::FromHandle(handle);
-    if (thread == nullptr) {
-        return 0xFFFFFFFFU;
-    }
-    DWORD const wasSuspended = static_cast<DWORD>(thread->suspended.exchange(0));
-    ::SetEvent(thread->resumed.Get());
-    return wasSuspended;
+    return thread != nullptr ? thread->Resume() : 0xFFFFFFFFU;
 }
 
 /**
@@ -203,21 +318,21 @@ inline BOOL GetExitCodeThread(HANDLE handle, LPDWORD exitCode) {
     if (thread == nullptr || exitCode == nullptr) {
         return FALSE;
     }
-    *exitCode = thread->exitCode.load();
+    *exitCode = thread->ExitCode();
     return TRUE;
 }
 
 /**
- * Ends the calling thread with an exit code. Destructors of its stack run. The code is lost on a
- * thread that CreateThread didn't make.
+ * Ends the calling thread with an exit code. Stands for pthread_exit: unlike on Windows, the
+ * destructors of the objects on its stack run. The code is lost on a thread that CreateThread
+ * didn't make.
  */
 __attribute__((noreturn)) inline void ExitThread(DWORD exitCode) {
-    if (verrick::win32::Thread* const thread = verrick::win32::CurrentThread()) {
-        thread->exitCode.store(exitCode);
-    }
+    verrick::win32::Thread::SetOwnExitCode(exitCode);
     pthread_exit(nullptr);
 }
 
+/** As ExitThread. */
 __attribute__((noreturn)) inline void _endthreadex(unsigned int exitCode) {
     ExitThread(exitCode);
 }

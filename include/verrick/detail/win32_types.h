@@ -11,6 +11,13 @@
 #include <stdint.h>
 #include <wchar.h>
 
+/* What stands before each function of these headers. */
+#ifdef __cplusplus
+#define VERRICK_WIN32_CALL inline
+#else
+#define VERRICK_WIN32_CALL static inline
+#endif
+
 typedef uint8_t BYTE;
 typedef uint16_t WORD;
 typedef uint32_t DWORD;
@@ -25,6 +32,7 @@ typedef char CHAR;
 typedef unsigned char UCHAR;
 typedef wchar_t WCHAR;
 typedef wchar_t TCHAR;
+typedef wchar_t _TCHAR;
 typedef int64_t LONGLONG;
 typedef uint64_t ULONGLONG;
 typedef size_t SIZE_T;
@@ -38,9 +46,16 @@ typedef void* LPVOID;
 typedef void* PVOID;
 typedef void const* LPCVOID;
 typedef BYTE* LPBYTE;
+typedef BYTE* PBYTE;
+typedef WORD* LPWORD;
 typedef DWORD* LPDWORD;
+typedef DWORD* PDWORD;
+typedef UINT* PUINT;
 typedef LONG* LPLONG;
+typedef LONG* PLONG;
 typedef BOOL* LPBOOL;
+typedef HANDLE* LPHANDLE;
+typedef HANDLE* PHANDLE;
 typedef char* LPSTR;
 typedef char const* LPCSTR;
 typedef wchar_t* LPWSTR;
@@ -51,6 +66,8 @@ typedef wchar_t const* LPCTSTR;
 typedef void* HINSTANCE;
 typedef void* HMODULE;
 typedef CRITICAL_SECTION* LPCRITICAL_SECTION;
+typedef CRITICAL_SECTION* PCRITICAL_SECTION;
+typedef void* LPSECURITY_ATTRIBUTES; /* null is all that the calls take */
 
 /* What GetProcAddress returns. Cast it to the type of the function before the call. */
 typedef void (*FARPROC)(void);
@@ -58,20 +75,53 @@ typedef void (*FARPROC)(void);
 /* The body of a thread. The result is the thread's exit code. */
 typedef DWORD (*LPTHREAD_START_ROUTINE)(LPVOID argument);
 
+typedef LPTHREAD_START_ROUTINE PTHREAD_START_ROUTINE;
+
+#ifndef VOID
+#define VOID void
+#endif
+#ifndef CONST
+#define CONST const
+#endif
 #ifndef TRUE
 #define TRUE 1
+#endif
+#ifndef FALSE
 #define FALSE 0
 #endif
 
+/* There is one calling convention, so these say nothing. */
+#ifndef WINAPI
 #define WINAPI
+#endif
+#ifndef APIENTRY
 #define APIENTRY
+#endif
+#ifndef CALLBACK
 #define CALLBACK
+#endif
+#ifndef __stdcall
+#define __stdcall
+#endif
+#ifndef __cdecl
+#define __cdecl
+#endif
 
+/* No call returns this value, and no call takes it: the library doesn't detect a false handle. */
 #define INVALID_HANDLE_VALUE ((HANDLE)(intptr_t)-1)
 
+/* For switches over a wait's result. No wait returns it, because there are no mutex handles. */
+#define WAIT_ABANDONED 0x80U
+
 /* Characters of a path with its terminator, as Win32 programs size their buffers. The system's own
- * paths may be longer: a call that takes a size refuses or cuts those as its own header says. */
+ * paths may be longer. A call that takes a size says in its own header what it does with those. */
+#ifndef MAX_PATH
 #define MAX_PATH 260
+#endif
+
+#ifndef UNREFERENCED_PARAMETER
+#define UNREFERENCED_PARAMETER(parameter) ((void)(parameter))
+#endif
 
 #ifndef _countof
 #define _countof(array) (sizeof(array) / sizeof((array)[0]))
@@ -89,9 +139,9 @@ typedef DWORD (*LPTHREAD_START_ROUTINE)(LPVOID argument);
 #define WritePrivateProfileSectionW WritePrivateProfileSection
 #define WritePrivateProfileStringW WritePrivateProfileString
 
-/* Returns the address of a symbol as a function pointer. The library's own call returns void*,
- * which C++ doesn't convert to FARPROC by itself. */
-static inline FARPROC VerrickGetProcAddress(HMODULE module, LPCSTR procName) {
+/* As the library's GetProcAddress, but it returns a function pointer. C++ doesn't convert the void*
+ * of the library's call to one. */
+VERRICK_WIN32_CALL FARPROC VerrickGetProcAddress(HMODULE module, LPCSTR procName) {
     union {
         void* address;
         FARPROC function;

@@ -16,6 +16,7 @@
 #define VERRICK_FLAT_HANDLES_H
 
 #include <verrick/detail/api.h>
+#include <verrick/detail/thread_annotations.h>
 
 #include <pthread.h>
 #include <wchar.h>
@@ -33,22 +34,26 @@ constexpr unsigned long WAIT_OBJECT_0 = 0;
 constexpr unsigned long WAIT_TIMEOUT = 258;
 /** A wait's result: any other outcome. */
 constexpr unsigned long WAIT_FAILED = 0xFFFFFFFFUL;
+#ifndef INFINITE /* the headers of other libraries define the same value as a macro */
 /**
  * The time-out that never runs out. Only the low 32 bits of a time-out count, so that a converted
  * -1 means for ever where a long has 64 bits, too.
  */
 constexpr unsigned long INFINITE = 0xFFFFFFFFUL;
+#endif
 #else
 enum { WAIT_OBJECT_0 = 0, WAIT_TIMEOUT = 258 };
 #define WAIT_FAILED 0xFFFFFFFFUL /* beyond what an enumerator holds */
+#ifndef INFINITE
 #define INFINITE 0xFFFFFFFFUL
+#endif
 #endif
 
 /**
  * A critical section: an error-checking mutex, so it doesn't nest. The record is the caller's and
  * must stay where it was initialised.
  */
-typedef struct CRITICAL_SECTION {
+typedef struct VERRICK_LOCK CRITICAL_SECTION {
     pthread_mutex_t mutex;    /**< belongs to the calls, like the next */
     pthread_mutexattr_t attr; /**< lives as long as the mutex */
 } CRITICAL_SECTION;

@@ -1,0 +1,288 @@
+// What is left of a file when an edit is killed, fails, or is disturbed.
+#include "tests/ini/ini_files.h"
+
+#include <cerrno>
+#include <csignal>
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <functional>
+#include <new>
+#include <sstream>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <utility>
+
+#include "tests/support/memory.h"
+
+// The library's calls of pread, pwrite and ftruncate come to this file, and one of them is
+// disturbed.
+namespace {
+
+enum class Disturbance { kNone, kFailure, kInterruption, kShortTransfer, kKill };
+
+thread_local struct {
+    Disturbance kind;
+    int callsBefore;
+    bool happened;
+    std::function<void()> beforeFirstCall;
+} g_disturbed;
+
+void Disturb(Disturbance kind, int callsBefore) {
+    g_disturbed = {kind, callsBefore, false, {}};
+}
+
+// Returns whether the system makes the call. A short transfer gets half the size.
+bool PassesOn(size_t* size) {
+    if (auto const before = std::exchange(g_disturbed.beforeFirstCall, {})) {
+        before();
+    }
+    if (g_disturbed.kind == Disturbance::kNone || g_disturbed.callsBefore-- != 0) {
+        return true;
+    }
+    g_disturbed.happened = true;
+    if (g_disturbed.kind == Disturbance::kKill) {
+        raise(SIGKILL);
+    }
+    errno = g_disturbed.kind == Disturbance::kInterruption ? EINTR : EIO;
+    *size = (*size + 1) / 2;
+    return g_disturbed.kind == Disturbance::kShortTransfer;
+}
+
+template<typename Call>
+Call Real(char const* name, Call) {
+    return reinterpret_cast<Call>(dlsym(RTLD_NEXT, name));
+}
+
+} // namespace
+
+extern "C" ssize_t pread(int file, void* bytes, size_t size, off_t at) {
+    return PassesOn(&size) ? Real("pread", pread)(file, bytes, size, at) : -1;
+}
+extern "C" ssize_t pwrite(int file, void const* bytes, size_t size, off_t at) {
+    return PassesOn(&size) ? Real("pwrite", pwrite)(file, bytes, size, at) : -1;
+}
+extern "C" int ftruncate(int file, off_t size) __THROW {
+    size_t none = 0;
+    return PassesOn(&none) ? Real("ftruncate", ftruncate)(file, size) : -1;
+}
+
+namespace {
+
+using namespace std::string_literals;
+
+constexpr Edit kEdits[] = {
+    {L"s0", L"k1", L"a value that is longer than the one before"},
+    {L"s0", L"k1", L"short"},
+    {L"s0", L"k1", L"as long as old one"},
+    {L"s0", L"new", L"value"},
+    {L"new", L"k", L"value"},
+    {L"s0", L"k1", nullptr},
+    {L"s0", nullptr, nullptr},
+    {L"s1", nullptr, L"first=1\0second=2\0"},
+};
+
+// Sections of three keys each, up to about that size.
+std::string TextOfSize(std::size_t bytes) {
+    std::string text = "; made for a test\r\n";
+    for (int section = 0; text.size() < bytes; ++section) {
+        text += "[s" + std::to_string(section) + "]\r\n";
+        for (char const* const key : {"k0", "k1", "k2"}) {
+            text += std::string(key) + "=eighteen bytes long\r\n";
+        }
+    }
+    return text;
+}
+
+std::string WithoutBlankLines(std::string const& text) {
+    std::istringstream lines(text);
+    std::string rest;
+    for (std::string line; std::getline(lines, line);) {
+        rest += line.empty() || line == "\r" ? "" : line + '\n';
+    }
+    return rest;
+}
+
+class IniEdits : public IniFiles {
+protected:
+    void SetUp() override {
+        IniFiles::SetUp();
+        Disturb(Disturbance::kNone, 0);
+    }
+
+    // Calls check for each edit of files that fit one block, several blocks, and several moves,
+    // with the text before and after the edit.
+    void
+    ForEachEdit(std::function<void(Edit const&, std::string const&, std::string const&)> check) {
+        for (std::size_t const bytes : {600, 13000, 270000}) {
+            std::string const before = TextOfSize(bytes);
+            for (Edit const& edit : kEdits) {
+                SCOPED_TRACE(std::to_string(bytes) + " bytes, edit " +
+                             std::to_string(&edit - kEdits));
+                Store(before);
+                DIni ini(Name().c_str());
+                ASSERT_EQ(edit.Apply(ini), 1);
+                check(edit, before, Stored());
+            }
+        }
+    }
+
+    // Applies the edit to the text before it again and again, with each call disturbed in turn.
+    void DisturbEachCall(Disturbance kind, Edit const& edit, std::string const& before, int result,
+                         std::string const& left) {
+        bool happened = true;
+        for (int call = 0; happened; ++call) {
+            Store(before);
+            DIni ini(Name().c_str());
+            Disturb(kind, call);
+            int const given = edit.Apply(ini);
+            happened = g_disturbed.happened;
+            Disturb(Disturbance::kNone, 0);
+            if (happened) {
+                ASSERT_EQ(given, result) << "call " << call;
+                ASSERT_TRUE(Stored() == left) << "call " << call;
+            }
+        }
+    }
+};
+
+TEST_F(IniEdits, AKilledEditLeavesTheOldLinesOrTheNewOnesAndAtMostBlankLinesMore) {
+    ForEachEdit([&](Edit const& edit, std::string const& before, std::string const& after) {
+        bool killed = true;
+        for (int call = 0; killed; ++call) {
+            Store(before);
+            pid_t const child = fork();
+            if (child == 0) {
+                DIni ini(Name().c_str());
+                Disturb(Disturbance::kKill, call);
+                edit.Apply(ini);
+                _exit(0);
+            }
+            int status = 0;
+            ASSERT_EQ(waitpid(child, &status, 0), child);
+            killed = WIFSIGNALED(status);
+            std::string const left = WithoutBlankLines(Stored());
+            ASSERT_TRUE(left == WithoutBlankLines(before) || left == WithoutBlankLines(after))
+                << "killed ahead of call " << call;
+        }
+    });
+}
+
+TEST_F(IniEdits, AFailedCallFailsTheEditAndLeavesTheFileAsItWas) {
+    ForEachEdit([&](Edit const& edit, std::string const& before, std::string const&) {
+        DisturbEachCall(Disturbance::kFailure, edit, before, 0, before);
+    });
+}
+
+TEST_F(IniEdits, AnInterruptedOrShortTransferGoesOn) {
+    ForEachEdit([&](Edit const& edit, std::string const& before, std::string const& after) {
+        DisturbEachCall(Disturbance::kInterruption, edit, before, 1, after);
+        DisturbEachCall(Disturbance::kShortTransfer, edit, before, 1, after);
+    });
+}
+
+TEST_F(IniEdits, AnInterruptedLookUpGoesOn) {
+    Store("[a]\nk=1\n");
+    Disturb(Disturbance::kInterruption, 0);
+    EXPECT_EQ(Value(L"a", L"k"), L"1");
+    EXPECT_TRUE(g_disturbed.happened);
+}
+
+TEST_F(IniEdits, ShortMemoryLeavesTheFileAsItWas) {
+    std::string const before = TextOfSize(270000);
+    Store(before);
+    DIni ini(Name().c_str());
+    for (int granted = 0; Stored() == before; ++granted) {
+        MemoryShortage const shortage(granted);
+        try {
+            ASSERT_EQ(kEdits[0].Apply(ini), 1);
+            return;
+        } catch (std::bad_alloc const&) {
+        }
+    }
+    FAIL() << "a failed edit changed the file";
+}
+
+// An application's class that does something ahead of each opening, and may refuse it.
+struct OpeningIni : DIniImpl {
+    using DIniImpl::DIniImpl;
+    int Open(wchar_t const* fileName) override {
+        Close();
+        return mayOpen(++openings) ? DIniImpl::Open(fileName) : 0;
+    }
+    int openings = 0;
+    std::function<bool(int)> mayOpen;
+};
+
+TEST_F(IniEdits, AFailedOpeningChangesNothing) {
+    for (int failing = 1; failing <= 3; ++failing) {
+        Store(TextOfSize(600));
+        OpeningIni ini(Name().c_str());
+        ini.mayOpen = [&](int opening) { return opening != failing; };
+        EXPECT_EQ(kEdits[0].Apply(ini), 0);
+        EXPECT_EQ(ini.openings, failing);
+        EXPECT_EQ(Stored(), TextOfSize(600));
+    }
+}
+
+TEST_F(IniEdits, AFileThatIsRenamedIntoPlaceDuringAnEditStaysWhole) {
+    std::string const replacement = "[another]\nfile=of its own\n[with]\nother=offsets\n";
+    auto const replace = [&] {
+        std::ofstream(Path("/new"), std::ios::binary) << replacement;
+        std::filesystem::rename(Path("/new"), Path());
+    };
+    for (Edit const& edit : kEdits) {
+        Store(TextOfSize(600));
+        DIni ini(Name().c_str());
+        g_disturbed.beforeFirstCall = replace;
+        edit.Apply(ini);
+        EXPECT_EQ(Stored(), replacement);
+    }
+    Store(TextOfSize(600));
+    OpeningIni ini(Name().c_str());
+    ini.mayOpen = [&](int opening) {
+        if (opening == 2) {
+            replace();
+        }
+        return true;
+    };
+    EXPECT_EQ(kEdits[0].Apply(ini), 1);
+    EXPECT_EQ(ini.openings, 3);
+    EXPECT_EQ(Stored(), replacement);
+}
+
+TEST_F(IniEdits, AFileSizeLimitNeitherKillsNorDamages) {
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+    ForEachEdit([&](Edit const& edit, std::string const& text, std::string const& after) {
+        for (std::size_t const limit : {text.size() / 2, text.size() + 1}) {
+            Store(text);
+            DIni ini(Name().c_str());
+            rlimit const tight{limit, before.rlim_max};
+            setrlimit(RLIMIT_FSIZE, &tight);
+            int const result = edit.Apply(ini);
+            setrlimit(RLIMIT_FSIZE, &before);
+            ASSERT_TRUE(Stored() == (result == 1 ? after : text)) << "limit " << limit;
+        }
+    });
+}
+
+TEST_F(IniEdits, OnlyARegularFileIsEditedAndNoneMakesTheCallWaitForEver) {
+    ASSERT_EQ(mkfifo(Path("/pipe").c_str(), 0600), 0);
+    for (std::wstring const& name : {Name(L"/pipe"), Name(L""), L"/dev/null"s, L"/dev/zero"s}) {
+        wchar_t out[8];
+        EXPECT_EQ(WritePrivateProfileString(L"a", L"k", L"v", name.c_str()), 0);
+        EXPECT_EQ(WritePrivateProfileSection(L"a", nullptr, name.c_str()), 0);
+        EXPECT_EQ(GetPrivateProfileString(L"a", L"k", L"none", out, 8, name.c_str()), 4u);
+    }
+}
+
+TEST_F(IniEdits, AStartedProgramDoesNotInheritTheFile) {
+    int const next = dup(0); // the descriptor that the file gets
+    close(next);
+    DIni const ini(Name().c_str());
+    EXPECT_EQ(fcntl(next, F_GETFD), FD_CLOEXEC);
+}
+
+} // namespace

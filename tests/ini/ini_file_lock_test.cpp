@@ -1,0 +1,130 @@
+#include "tests/ini/ini_files.h"
+
+#include <verrick/ini_file_lock.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <future>
+#include <memory>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+class IniFileLocks : public IniFiles {};
+
+constexpr unsigned long kForEver = 0xFFFFFFFF;
+
+int ExitStatus(pid_t child) {
+    int status = -1;
+    waitpid(child, &status, 0);
+    return status;
+}
+
+TEST_F(IniFileLocks, SharedHoldersGoTogetherAndAnExclusiveOneGoesAlone) {
+    {
+        IniFileLock const reader(Name().c_str(), IniFileLock::Shared, 0);
+        IniFileLock const otherReader(Name().c_str(), IniFileLock::Shared, 0);
+        IniFileLock const writer(Name().c_str(), IniFileLock::Exclusive, 0);
+        EXPECT_TRUE(reader.Owns());
+        EXPECT_TRUE(otherReader.Owns());
+        EXPECT_FALSE(writer.Owns());
+    }
+    IniFileLock const writer(Name().c_str(), IniFileLock::Exclusive, 0);
+    IniFileLock const reader(Name().c_str(), IniFileLock::Shared, 0);
+    EXPECT_TRUE(writer.Owns());
+    EXPECT_FALSE(reader.Owns());
+}
+
+TEST_F(IniFileLocks, AWaitEndsAtItsTime) {
+    IniFileLock const holder(Name().c_str(), IniFileLock::Exclusive, 0);
+    auto const start = std::chrono::steady_clock::now();
+    IniFileLock const late(Name().c_str(), IniFileLock::Exclusive, 50);
+    EXPECT_EQ(errno, ETIMEDOUT);
+    EXPECT_FALSE(late.Owns());
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(50));
+}
+
+TEST_F(IniFileLocks, SurvivesAFileThatIsRenamedIntoPlace) {
+    Store("");
+    IniFileLock const holder(Name().c_str(), IniFileLock::Exclusive, 0);
+    std::ofstream(Path("/new")) << "[a]\n";
+    std::filesystem::rename(Path("/new"), Path());
+    EXPECT_FALSE(IniFileLock(Name().c_str(), IniFileLock::Shared, 0).Owns());
+}
+
+TEST_F(IniFileLocks, AChildNeitherOwnsNorReleasesTheLockOfItsParent) {
+    auto holder = std::make_unique<IniFileLock>(Name().c_str(), IniFileLock::Exclusive, 0);
+    pid_t const child = fork();
+    if (child == 0) {
+        bool const owns = holder->Owns();
+        holder.reset();
+        _exit(owns ? 1 : 0);
+    }
+    EXPECT_EQ(ExitStatus(child), 0);
+    EXPECT_TRUE(holder->Owns());
+    EXPECT_FALSE(IniFileLock(Name().c_str(), IniFileLock::Exclusive, 0).Owns());
+}
+
+TEST_F(IniFileLocks, ANameThatCannotBeUsedIsNotLocked) {
+    EXPECT_FALSE(IniFileLock(nullptr, IniFileLock::Shared, 0).Owns());
+    EXPECT_EQ(errno, EINVAL);
+    std::wstring const longest(5000, L'x');
+    EXPECT_FALSE(IniFileLock(longest.c_str(), IniFileLock::Shared, 0).Owns());
+    EXPECT_EQ(errno, ENAMETOOLONG);
+}
+
+constexpr int kProcesses = 4;
+constexpr int kThreads = 4;
+constexpr int kCounts = 25;
+
+// Counts up in two keys, whose texts change their length. Returns whether they never differed.
+bool CountUp(wchar_t const* file) {
+    wchar_t first[64];
+    wchar_t second[64];
+    bool areEqual = true;
+    for (int count = 0; count < kCounts; ++count) {
+        {
+            IniFileLock const reading(file, IniFileLock::Shared, kForEver);
+            GetPrivateProfileString(L"a", L"first", L"", first, 64, file);
+            GetPrivateProfileString(L"b", L"second", L"", second, 64, file);
+            areEqual = areEqual && std::wcscmp(first, second) == 0;
+        }
+        IniFileLock const writing(file, IniFileLock::Exclusive, kForEver);
+        GetPrivateProfileString(L"a", L"first", L"", first, 64, file);
+        long const next = std::wcstol(first, nullptr, 10) + 1;
+        std::wstring const value = std::to_wstring(next) + std::wstring(next % 40, L'.');
+        WritePrivateProfileString(L"a", L"first", value.c_str(), file);
+        WritePrivateProfileString(L"b", L"second", value.c_str(), file);
+    }
+    return areEqual;
+}
+
+bool CountUpInThreads(wchar_t const* file) {
+    std::vector<std::future<bool>> counts;
+    for (int thread = 0; thread < kThreads; ++thread) {
+        counts.push_back(std::async(std::launch::async, CountUp, file));
+    }
+    return std::all_of(counts.begin(), counts.end(), [](auto& count) { return count.get(); });
+}
+
+TEST_F(IniFileLocks, EditsOfProcessesAndThreadsAreAllKeptAndNeverSeenHalfDone) {
+    Store("[a]\nfirst=0\nx=1\n[b]\nsecond=0\n");
+    std::wstring const name = Name();
+    std::vector<pid_t> children;
+    for (int process = 0; process < kProcesses; ++process) {
+        children.push_back(fork());
+        if (children.back() == 0) {
+            _exit(CountUpInThreads(name.c_str()) ? 0 : 1);
+        }
+    }
+    for (pid_t const child : children) {
+        EXPECT_EQ(ExitStatus(child), 0);
+    }
+    EXPECT_EQ(std::stol(Value(L"a", L"first")), kProcesses * kThreads * kCounts);
+    EXPECT_EQ(Value(L"a", L"x"), L"1");
+}
+
+} // namespace

@@ -1,0 +1,54 @@
+// A folder with one INI file, for the tests of this folder.
+#pragma once
+
+#include <verrick/ini.h>
+
+#include <gtest/gtest.h>
+
+#include <clocale>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+class IniFiles : public testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_NE(std::setlocale(LC_CTYPE, "C.UTF-8"), nullptr);
+        ASSERT_NE(mkdtemp(folder.data()), nullptr);
+    }
+    void TearDown() override { std::filesystem::remove_all(folder); }
+
+    std::string Path(char const* file = "/f\u00fc.ini") const { return folder + file; }
+    std::wstring Name(wchar_t const* file = L"/f\u00fc.ini") const {
+        return std::wstring(folder.begin(), folder.end()) + file;
+    }
+
+    void Store(std::string const& text) const { std::ofstream(Path(), std::ios::binary) << text; }
+    std::string Stored() const {
+        std::ifstream file(Path(), std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+
+    // The value of a key, or "?" if there is none.
+    std::wstring Value(wchar_t const* section, wchar_t const* key) const {
+        std::wstring out(6000, L'\0');
+        out.resize(GetPrivateProfileString(section, key, L"?", out.data(), 6000, Name().c_str()));
+        return out;
+    }
+
+    std::string folder = testing::TempDir() + "ini_XXXXXX";
+};
+
+// One change. Without a key it writes the section whole, without a value it deletes.
+struct Edit {
+    wchar_t const* section;
+    wchar_t const* key;
+    wchar_t const* value;
+
+    int Apply(IIni& ini) const {
+        return key != nullptr ? ini.PutKeyValue(section, key, value)
+                              : ini.PutSection(section, value);
+    }
+};

@@ -1,0 +1,81 @@
+#include <verrick/time_primitives.h>
+
+#include <gtest/gtest.h>
+
+#include <ctime>
+#include <sys/select.h>
+
+namespace {
+
+// What the system's calls were asked for, and what they answer.
+timeval g_slept{};
+timespec g_resolution{};
+timespec g_monotonic{};
+
+} // namespace
+
+extern "C" int select(int, fd_set*, fd_set*, fd_set*, timeval* period) {
+    g_slept = *period;
+    return 0;
+}
+
+extern "C" int clock_getres(clockid_t clock, timespec* resolution) noexcept {
+    *resolution = clock == CLOCK_REALTIME ? g_resolution : timespec{};
+    return 0;
+}
+
+extern "C" int clock_gettime(clockid_t clock, timespec* now) noexcept {
+    *now = clock == CLOCK_MONOTONIC ? g_monotonic : timespec{};
+    return 0;
+}
+
+namespace {
+
+TEST(TimePrimitives, SleepAsksForSecondsAndMicroseconds) {
+    EXPECT_EQ(Sleep(1500), 0);
+    EXPECT_EQ(g_slept.tv_sec, 1);
+    EXPECT_EQ(g_slept.tv_usec, 500000);
+    DTimeManagerImplCallouts__Sleep(nullptr, -1); // a very long time, not for ever
+    EXPECT_EQ(g_slept.tv_sec, 4294967);
+    EXPECT_EQ(g_slept.tv_usec, 295000);
+}
+
+TEST(TimePrimitives, GetTickCountIsTheMonotonicClockIn32Bits) {
+    g_monotonic = {4294966, 999999999};
+    EXPECT_EQ(GetTickCount(), 4294966999U);
+    g_monotonic = {4294967, 296000000};
+    EXPECT_EQ(GetTickCount(), 0U);
+}
+
+struct Resolution {
+    timespec ofClock;
+    int period;
+};
+
+TEST(TimePrimitives, APeriodIsTheNextMultipleOfTenAboveTheResolution) {
+    for (Resolution const& row : {Resolution{{0, 1}, 10},
+                                  {{0, 999999}, 10},
+                                  {{0, 1000000}, 10},
+                                  {{0, 4000000}, 10},
+                                  {{0, 9999999}, 10},
+                                  {{0, 10000000}, 20},
+                                  {{0, 15000000}, 20},
+                                  {{0, 20000000}, 30}}) {
+        g_resolution = row.ofClock;
+        void* timer = nullptr;
+        EXPECT_EQ(DTimeManagerImplCallouts__CreatePeriodicTimer(&timer), row.period);
+        EXPECT_TRUE(DTimeManagerImplCallouts__WaitForTimerExpiration(timer));
+        EXPECT_EQ(g_slept.tv_usec, row.period * 1000);
+        DTimeManagerImplCallouts__DestroyPeriodicTimer(&timer);
+        EXPECT_EQ(timer, nullptr);
+        DTimeManagerImplCallouts__DestroyPeriodicTimer(&timer); // nothing is left to free
+    }
+}
+
+TEST(TimePrimitives, WithoutATimerThereIsNoWait) {
+    g_slept.tv_usec = -1;
+    EXPECT_FALSE(DTimeManagerImplCallouts__WaitForTimerExpiration(nullptr));
+    EXPECT_EQ(g_slept.tv_usec, -1);
+}
+
+} // namespace

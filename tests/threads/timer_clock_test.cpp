@@ -1,0 +1,436 @@
+// The timer engine on a clock that the test moves. The library's sources are compiled into this
+// program, with the callouts below in the place of the library's own.
+#include "threads/timer_index.h"
+#include <verrick/time_primitives.h>
+#include <verrick/timers.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <ctime>
+#include <dlfcn.h>
+#include <limits>
+#include <numeric>
+#include <random>
+#include <thread>
+
+#include "hooks.h"
+
+namespace {
+
+using Ids = std::vector<unsigned int>;
+constexpr int kTwelveDaysMs = 1 << 30; // a quarter of the clock's range
+
+// Stands for the platform's timer: a tick comes when the test says so.
+class Ticks {
+public:
+    int resolutionMs = 10;
+    std::function<void()> onCreate = [] {};
+
+    // Lets one tick happen and waits until its work is done.
+    void Advance() {
+        std::unique_lock lock(m_mutex);
+        m_allowed = true;
+        m_changed.notify_all();
+        m_changed.wait(lock, [&] { return m_isWaiting && !m_allowed; });
+    }
+
+    // From here on the engine isn't held up.
+    void Release() {
+        std::lock_guard lock(m_mutex);
+        m_isReleased = true;
+        m_changed.notify_all();
+    }
+
+    bool Wait() {
+        std::unique_lock lock(m_mutex);
+        m_isWaiting = true;
+        m_changed.notify_all();
+        m_changed.wait(lock, [&] { return m_allowed || m_isReleased; });
+        m_isWaiting = false;
+        return std::exchange(m_allowed, false);
+    }
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    bool m_isWaiting = false;
+    bool m_allowed = false;
+    bool m_isReleased = false;
+};
+
+Ticks* g_ticks = nullptr;
+
+// What the threads of the service ask of the system.
+std::vector<std::size_t> g_stackSizes;
+std::vector<int> g_priorities;
+
+template<class Function>
+Function* Real(Function*, char const* name) {
+    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+} // namespace
+
+int DTimeManagerImplCallouts__CreatePeriodicTimer(void** timer) {
+    *timer = g_ticks;
+    g_ticks->onCreate();
+    return g_ticks->resolutionMs;
+}
+
+void DTimeManagerImplCallouts__DestroyPeriodicTimer(void** timer) {
+    *timer = nullptr;
+}
+
+void DTimeManagerImplCallouts__Sleep(void* /*timer*/, int /*ms*/) {}
+
+bool DTimeManagerImplCallouts__WaitForTimerExpiration(void* timer) {
+    return static_cast<Ticks*>(timer)->Wait();
+}
+
+extern "C" int pthread_attr_setstacksize(pthread_attr_t* attributes, std::size_t bytes) noexcept {
+    g_stackSizes.push_back(bytes);
+    return Real(pthread_attr_setstacksize, "pthread_attr_setstacksize")(attributes, bytes);
+}
+
+extern "C" int pthread_attr_setschedparam(pthread_attr_t* attributes,
+                                          sched_param const* parameters) noexcept {
+    g_priorities.push_back(parameters->sched_priority);
+    return Real(pthread_attr_setschedparam, "pthread_attr_setschedparam")(attributes, parameters);
+}
+
+namespace {
+
+struct Listener : ITimerListener {
+    void OnTimerExpired(unsigned int id) override {
+        noted.Note(id);
+        then(id);
+    }
+
+    Recorder<unsigned int> noted;
+    std::function<void(unsigned int)> then = [](unsigned int) {};
+};
+
+// A service on a clock that the test moves, and a listener that notes what is delivered.
+class TimerClock : public testing::Test {
+protected:
+    TimerClock() {
+        g_ticks = &ticks;
+        g_stackSizes.clear();
+        g_priorities.clear();
+    }
+    ~TimerClock() override {
+        ticks.Release();
+        DTimeManager::DestroyInstance();
+    }
+
+    static DTimeManager& Service() { return *DTimeManager::GetInstance(7); }
+
+    bool Create(unsigned int id, int periodMs, unsigned int flags = 0) {
+        return Service().CreateRelativeTimer(&listener, id, periodMs, 0, flags);
+    }
+
+    // Makes and arms a timer for a calendar time. Returns whether the second is still the same:
+    // then the distance is the one asked for.
+    bool ActivateAbsolute(unsigned int id, long distanceS) {
+        time_t const now = time(nullptr);
+        Service().Destroy(&listener, id);
+        Service().CreateAbsoluteTimer(&listener, id, static_cast<long>(now) + distanceS, 0);
+        Service().Activate(&listener, id);
+        return time(nullptr) == now;
+    }
+
+    // Lets so many ticks happen, one after another. Returns what has been delivered in all.
+    Ids Tick(int count) {
+        Service();
+        for (int i = 0; i < count; ++i) {
+            ticks.Advance();
+            Delivered();
+        }
+        return Delivered();
+    }
+
+    // Returns what has been delivered, once nothing is left to deliver.
+    Ids Delivered() {
+        while (!IsIdle()) {
+            std::this_thread::yield();
+        }
+        return listener.noted.Await(0);
+    }
+
+    static bool IsIdle() {
+        DTimerDispatch& dispatch = *static_cast<DTimeManagerImpl*>(Service().m_impl)->m_dispatch;
+        DMonitor const queue(dispatch.m_csQueue);
+        return std::none_of(dispatch.m_pool, dispatch.m_pool + 256,
+                            [](auto const& item) { return item.m_inUse; });
+    }
+
+    Ticks ticks;
+    Listener listener;
+};
+
+TEST_F(TimerClock, ATimerFiresOnTheFirstTickThatReachesIt) {
+    Create(1, 30);
+    Create(2, 21);
+    Create(3, 20);
+    EXPECT_EQ(Tick(2), (Ids{3}));
+    EXPECT_EQ(Tick(1), (Ids{3, 2, 1}));
+    EXPECT_EQ(Tick(5), (Ids{3, 2, 1}));
+}
+
+TEST_F(TimerClock, ARepeatingTimerCountsFromTheTickThatFired) {
+    Create(9, 25, TIMER_REPEAT);
+    EXPECT_EQ(Tick(2), Ids{});
+    EXPECT_EQ(Tick(1), Ids{9});
+    EXPECT_EQ(Tick(2), Ids{9});
+    EXPECT_EQ(Tick(1), (Ids{9, 9}));
+}
+
+TEST_F(TimerClock, OfEqualExpiriesTheNewestIsDeliveredFirst) {
+    Create(1, 20);
+    Tick(1);
+    Create(2, 10);
+    Create(3, 10, TIMER_REPEAT);
+    EXPECT_EQ(Tick(1), (Ids{3, 2, 1}));
+}
+
+TEST_F(TimerClock, ALateTickIsNotMadeUp) {
+    Tick(1);
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    Tick(1);
+    EXPECT_EQ(Service().GetTickCount(), 20U);
+}
+
+TEST_F(TimerClock, ActivateRestartsTheFullPeriodOfADeactivatedTimer) {
+    Create(1, 30);
+    Tick(2);
+    EXPECT_TRUE(Service().Deactivate(&listener, 1));
+    EXPECT_FALSE(Service().Deactivate(&listener, 1));
+    EXPECT_TRUE(Service().Activate(&listener, 1));
+    EXPECT_FALSE(Service().Activate(&listener, 1));
+    EXPECT_EQ(Tick(2), Ids{});
+    EXPECT_EQ(Tick(1), Ids{1});
+}
+
+TEST_F(TimerClock, AFiredOneShotTimerIsInactiveUntilDestroy) {
+    Create(1, 0, TIMER_INACTIVE);
+    EXPECT_EQ(Tick(2), Ids{});
+    EXPECT_TRUE(Service().Activate(&listener, 1));
+    EXPECT_EQ(Tick(2), Ids{1});
+    EXPECT_FALSE(Create(1, 0));
+    EXPECT_TRUE(Service().Destroy(&listener, 1));
+    EXPECT_FALSE(Service().Destroy(&listener, 1));
+}
+
+TEST_F(TimerClock, AnExpiryThatWaitsForDeliverySurvivesDeactivateButNotDestroy) {
+    Gate gate;
+    Listener blocking;
+    blocking.then = [&](unsigned int) { gate.Pass(); };
+    Service().CreateRelativeTimer(&blocking, 2, 0, 0, 0);
+    Create(1, 10, TIMER_REPEAT);
+    EXPECT_TRUE(Create(2, 10, TIMER_REPEAT)); // the same id, but another listener
+    ticks.Advance();
+    Service().Deactivate(&listener, 1);
+    Service().Destroy(&listener, 2);
+    gate.Open();
+    EXPECT_EQ(Tick(1), Ids{1});
+    EXPECT_EQ(blocking.noted.Await(0), Ids{2}); // the same id, but another timer
+}
+
+TEST_F(TimerClock, AnAbsoluteTimerCountsTheDistanceWithoutItsSign) {
+    ticks.resolutionMs = 1000;
+    while (!ActivateAbsolute(1, -5) || !ActivateAbsolute(2, 5)) {
+    }
+    EXPECT_EQ(Tick(4), Ids{});
+    EXPECT_EQ(Tick(1), (Ids{2, 1}));
+    Service().Activate(&listener, 1); // its time is over
+    EXPECT_EQ(Tick(1), (Ids{2, 1, 1}));
+}
+
+// At ages of the service before and after its clock begins again from 0, on the fourth tick.
+class TimerClockOfAge : public TimerClock, public testing::WithParamInterface<int> {
+protected:
+    void SetUp() override {
+        ticks.resolutionMs = kTwelveDaysMs;
+        Tick(GetParam());
+    }
+};
+INSTANTIATE_TEST_SUITE_P(Ticks, TimerClockOfAge, testing::Values(0, 1, 3, 4, 6));
+
+TEST_P(TimerClockOfAge, ThirtyDaysAreThreeTicks) {
+    ActivateAbsolute(1, 30L * 24 * 3600);
+    EXPECT_EQ(Tick(2), Ids{});
+    EXPECT_EQ(Tick(1), Ids{1});
+}
+
+TEST_P(TimerClockOfAge, TheLongestDistanceIsFourTicks) {
+    Service().CreateAbsoluteTimer(&listener, 1, std::numeric_limits<long>::max(), 0);
+    Service().Activate(&listener, 1);
+    EXPECT_EQ(Tick(3), Ids{});
+    EXPECT_EQ(Tick(1), Ids{1});
+}
+
+TEST_P(TimerClockOfAge, ANegativePeriodIsOver) {
+    Create(1, -5);
+    Create(2, std::numeric_limits<int>::min());
+    EXPECT_EQ(Tick(1), (Ids{2, 1}));
+}
+
+TEST_P(TimerClockOfAge, TheLongestPeriodFiresOnEverySecondTick) {
+    Create(1, std::numeric_limits<int>::max(), TIMER_REPEAT);
+    EXPECT_EQ(Tick(1), Ids{});
+    EXPECT_EQ(Tick(2), Ids{1});
+    EXPECT_EQ(Tick(2), (Ids{1, 1}));
+}
+
+TEST_F(TimerClock, TheTickCountBeginsAgainFromZero) {
+    ticks.resolutionMs = kTwelveDaysMs;
+    Tick(3);
+    EXPECT_EQ(Service().GetTickCount(), 3U << 30);
+    Tick(1);
+    EXPECT_EQ(Service().GetTickCount(), 0U);
+}
+
+// More than the tick expires in one step, and more than the dispatcher can queue.
+TEST_F(TimerClock, OfManyDueTimersTheFirst256AreDeliveredAndAllGoOn) {
+    Gate gate;
+    listener.then = [&](unsigned int) { gate.Pass(); };
+    for (unsigned int id = 1; id <= 1000; ++id) {
+        Create(id, 10, TIMER_REPEAT);
+    }
+    ticks.Advance();
+    gate.Open();
+    Ids expected(256);
+    std::iota(expected.rbegin(), expected.rend(), 745);
+    EXPECT_EQ(Delivered(), expected);
+    for (unsigned int id = 1; id <= 1000; ++id) {
+        ASSERT_TRUE(Service().Deactivate(&listener, id));
+    }
+}
+
+// A plain list of repeating timers, which the engine must agree with.
+struct Model {
+    struct Timer {
+        unsigned int id;
+        int periodMs;
+        long dueMs;
+    };
+
+    // By expiry, and the newest first among equals.
+    void Insert(Timer timer) {
+        auto const at = std::find_if(armed.begin(), armed.end(), [&](Timer const& other) {
+            return other.dueMs >= timer.dueMs;
+        });
+        armed.insert(at, timer);
+    }
+
+    Ids Tick() {
+        nowMs += 10;
+        Ids fired;
+        while (!armed.empty() && armed.front().dueMs <= nowMs) {
+            Timer timer = armed.front();
+            armed.erase(armed.begin());
+            fired.push_back(timer.id);
+            timer.dueMs = nowMs + timer.periodMs;
+            Insert(timer);
+        }
+        return fired;
+    }
+
+    std::vector<Timer> armed;
+    long nowMs = 0;
+};
+
+TEST_F(TimerClock, AgreesWithASortedListThroughRandomOperations) {
+    std::mt19937 random(20);
+    Model model;
+    Ids expected;
+    for (int round = 0; round < 2000; ++round) {
+        unsigned int const id = random() % 40;
+        int const periodMs = static_cast<int>(random() % 6) * 10 + 5;
+        auto const at = std::find_if(model.armed.begin(), model.armed.end(),
+                                     [&](Model::Timer const& timer) { return timer.id == id; });
+        bool const isArmed = at != model.armed.end();
+        switch (random() % 4) {
+        case 0: {
+            Ids const fired = model.Tick();
+            expected.insert(expected.end(), fired.begin(), fired.end());
+            ASSERT_EQ(Tick(1), expected);
+            break;
+        }
+        case 1:
+            Service().Destroy(&listener, id);
+            if (isArmed) {
+                model.armed.erase(at);
+            }
+            break;
+        default:
+            if (Create(id, periodMs, TIMER_REPEAT)) {
+                ASSERT_FALSE(isArmed);
+                model.Insert({id, periodMs, model.nowMs + periodMs});
+            } else if (Service().Deactivate(&listener, id)) {
+                ASSERT_TRUE(isArmed);
+                Model::Timer timer = *at;
+                model.armed.erase(at);
+                Service().Activate(&listener, id);
+                timer.dueMs = model.nowMs + timer.periodMs;
+                model.Insert(timer);
+            }
+        }
+    }
+}
+
+// The steps of a round, between which other threads come in.
+TEST(TimerRound, ATimerArmedDuringARoundWaitsForTheNext) {
+    DList list;
+    DTimeManagerImpl::TimerIndex index(list);
+    auto const arm = [&](unsigned int id, std::int64_t due) {
+        DTimeManagerImpl::Timer* const timer = index.Create(nullptr, id);
+        timer->SetDue(due);
+        index.Arm(*timer);
+        return timer;
+    };
+    DTimeManagerImpl::Timer* const first = arm(1, 10);
+    DTimeManagerImpl::Timer* const second = arm(2, 20);
+    DTimeManagerImpl::Timer* const third = arm(3, 20);
+    DTimeManagerImpl::Timer* const later = arm(4, 30);
+
+    index.BeginRound(20);
+    EXPECT_EQ(index.NextOfRound(), first);
+    index.Disarm(*first);
+    DTimeManagerImpl::Timer* const overdue = arm(5, 10);
+    DTimeManagerImpl::Timer* const equal = arm(6, 20);
+    EXPECT_EQ(index.NextOfRound(), third);
+    index.Disarm(*second); // by another thread
+    index.Disarm(*third);
+    EXPECT_EQ(index.NextOfRound(), nullptr);
+
+    index.BeginRound(30);
+    for (DTimeManagerImpl::Timer* const timer : {overdue, equal, later}) {
+        ASSERT_EQ(index.NextOfRound(), timer);
+        index.Disarm(*timer);
+    }
+    EXPECT_EQ(index.NextOfRound(), nullptr);
+}
+
+TEST_F(TimerClock, TheServiceAsksForItsPrioritiesAndTheSmallestStacks) {
+    Service();
+    EXPECT_EQ(g_stackSizes, (std::vector<std::size_t>{8196, 8196}));
+    EXPECT_EQ(g_priorities, (std::vector<int>{7, 99}));
+}
+
+TEST_F(TimerClock, TwoThreadsThatBuildTheServiceGetTheSameOne) {
+    std::atomic<DTimeManager*> other{nullptr};
+    std::thread thread;
+    ticks.onCreate = [&] {
+        if (!thread.joinable()) {
+            thread = std::thread([&] { other = DTimeManager::GetInstance(7); });
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        }
+    };
+    DTimeManager* const own = DTimeManager::GetInstance(7);
+    thread.join();
+    EXPECT_EQ(other, own);
+}
+
+} // namespace
