@@ -20,7 +20,7 @@ extern "C" int pthread_mutexattr_settype(pthread_mutexattr_t* attribute, int kin
     return g_refuseAttributes ? ENOMEM : 0;
 }
 
-namespace {
+// Outside of a namespace, because their names become part of the tests' names.
 
 class ObjectEvent {
 public:
@@ -46,6 +46,8 @@ public:
 private:
     XEvent m_event;
 };
+
+namespace {
 
 template<class Event>
 class EventTwins : public testing::Test {};

@@ -1,8 +1,11 @@
 /*
- * The words that the two kinds of events consist of. Nothing here is for applications.
+ * The words that the two kinds of events consist of, for C++ alone. Nothing here is for
+ * applications.
  */
 #ifndef VERRICK_DETAIL_EVENT_STATE_H
 #define VERRICK_DETAIL_EVENT_STATE_H
+
+#ifdef __cplusplus
 
 #include <atomic>
 #include <limits>
@@ -64,5 +67,7 @@ struct EventHandover {
 };
 
 } // namespace verrick
+
+#endif
 
 #endif
