@@ -58,8 +58,8 @@ TEST_F(Ini, TailsOfEveryLengthMoveBothWaysByteForByte) {
         return bytes;
     };
     for (int round = 0; round < 60; ++round) {
-        std::string const head = ";" + std::string(random() % 5000, 'h') + "\n[s]\nk=";
-        std::string const tail = "\n[t]" + text();
+        std::string const head = std::string(";") + std::string(random() % 5000, 'h') + "\n[s]\nk=";
+        std::string const tail = std::string("\n[t]") + text();
         Store(head + std::string(text().size(), 'o') + tail);
         std::wstring const value(text().size(), L'v');
         ASSERT_EQ(WritePrivateProfileString(L"s", L"k", value.c_str(), Name().c_str()), 1);
