@@ -192,16 +192,6 @@ TEST_F(Directories, AreFoundAsDeepAsTheirNamesFit) {
     }
 }
 
-TEST_F(Directories, AreListedByWhatIsLeftOfAPathThatWasCut) {
-    WriteFile("abc.c", "text");
-    std::string const directory = scratch.path + std::string(4093 - scratch.path.size(), '/');
-    EXPECT_TRUE(IsListed(directory + "*.c"));
-    EXPECT_STREQ(info.name, L"abc.c");
-    EXPECT_FALSE(IsListed(directory + "/*.c")) << "nothing fits *.";
-    EXPECT_TRUE(IsListed(directory + "//*.c")) << "everything fits *";
-    EXPECT_FALSE(IsListed(directory + "///*.c")) << "nothing fits the empty pattern";
-}
-
 TEST_F(Directories, GiveNamesWholeOrNotAtAll) {
     for (std::size_t bytes : {256, 1024, 4095, 4096, 5000}) {
         g_nextName.assign(bytes, 'n');

@@ -117,17 +117,4 @@ TEST_F(File, CountsBufferedBytesAndFlushesThem) {
     EXPECT_EQ(fs::file_size("file"), 5u);
 }
 
-TEST_F(File, HasNoPositionWhereAnIntOrTheSystemHasNone) {
-    ASSERT_EQ(file.Open("large", FILE_MODE_WRITE), FILE_STATUS_OK);
-    fs::resize_file("large", 3LL << 30);
-    EXPECT_EQ(file.Size(), 0);
-    EXPECT_EQ(file.Seek(0, IFile::ORIGIN_END), FILE_STATUS_OK);
-    EXPECT_EQ(file.Position(), 0);
-    file.Close();
-    ASSERT_EQ(mkfifo("fifo", 0600), 0);
-    ASSERT_EQ(file.Open("fifo", FILE_MODE_READ | FILE_MODE_WRITE), FILE_STATUS_OK);
-    EXPECT_EQ(file.Seek(0, IFile::ORIGIN_BEGIN), FILE_STATUS_FAILED);
-    EXPECT_EQ(file.Size(), 0);
-}
-
 } // namespace

@@ -1,12 +1,11 @@
-#include "tests/files/scratch.h"
 #include "tests/support/asleep.h"
 #include <verrick/libraries.h>
 
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <clocale>
 #include <dlfcn.h>
+#include <string>
 #include <thread>
 
 // What the plug-in calls while the loader loads it and unloads it.
@@ -75,20 +74,6 @@ TEST(Libraries, StayLoadedWhenTheLoaderRefusesToUnload) {
     std::string const reason = dlerror();
     EXPECT_EQ(Printed([&] { EXPECT_TRUE(library.Load(nullptr)); }),
               "Library failed to unload due to error ( " + reason + ")\n");
-}
-
-TEST(Libraries, WorkThroughTheFlatCallsInAnyLanguage) {
-    Scratch scratch;
-    ASSERT_NE(std::setlocale(LC_ALL, "C.UTF-8"), nullptr);
-    std::filesystem::copy_file(kPlugin, "\u00E9\u20AC\U00010348.so");
-    void* const module = LoadLibrary(L"./\u00E9\u20AC\U00010348.so");
-    void* const size = GetProcAddress(module, "gr\u00F6\u00DFe\u20AC\U00010348");
-    ASSERT_NE(size, nullptr);
-    EXPECT_EQ(*static_cast<int*>(size), 7);
-    EXPECT_EQ(GetProcAddress(module, nullptr), nullptr);
-    EXPECT_EQ(GetProcAddress(nullptr, "pluginAnswer"), nullptr);
-    EXPECT_EQ(FreeLibrary(module), 1);
-    EXPECT_EQ(FreeLibrary(nullptr), 0);
 }
 
 DDynamicLibrary* g_program = nullptr;

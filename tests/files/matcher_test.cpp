@@ -4,10 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <clocale>
 #include <cstdio>
 #include <fstream>
-#include <sstream>
 
 namespace {
 
@@ -32,34 +30,6 @@ TEST(Matcher, WorksAsTheTablesOfExamplesSay) {
             }
         }
         EXPECT_EQ(rows, 18) << file;
-    }
-}
-
-// Pattern, name and result of what the tables leave out. A hyphen stands for an empty text.
-constexpr char const* kMore = R"(
-    *    ..       1    *.*  .profile 0    *.*  .     0    a*   abc   1    a.*  a.    1
-    a.*  a        0    *b   b        1    *ab  aab   1    *ab  acab  0    x*y  xyy   1
-    **   ab       0    -    -        1    -    a     0    *    -     1    *x   -     0
-    a?c* AbCd     1    a**b axxb     0    *a*b xaxb  1    ?*b  ab    1    A*.? abc.d 1
-    *.c* x.cpp    1    ab   abc      0    ?    -     0)";
-
-TEST(Matcher, TriesNoSecondPlaceAndTakesEmptyTexts) {
-    std::istringstream rows(kMore);
-    int fits = 0;
-    for (std::string pattern, name; rows >> pattern >> name >> fits;) {
-        ExpectBoth(pattern == "-" ? "" : pattern, name == "-" ? "" : name, fits);
-    }
-    EXPECT_EQ(WildCardMatch("a", nullptr), 0);
-    EXPECT_EQ(WildCardMatch("", nullptr), 1);
-}
-
-// One letter in two cases to towupper, and two things to toupper.
-TEST(Matcher, FoldsForeignBytesInTheWayOfEachFace) {
-    ASSERT_NE(std::setlocale(LC_ALL, "C.UTF-8"), nullptr);
-    for (auto const& [pattern, name] :
-         {std::pair("\xE9", "\xC9"), {"*\xE9", "ab\xC9"}, {"x*\xE9z", "xa\xC9z"}}) {
-        EXPECT_EQ(WildCardMatch(pattern, name), 0);
-        EXPECT_EQ(DDirListImpl::WildCardMatch(pattern, name), 1);
     }
 }
 

@@ -68,14 +68,6 @@ TEST_F(IniFileLocks, AChildNeitherOwnsNorReleasesTheLockOfItsParent) {
     EXPECT_FALSE(IniFileLock(Name().c_str(), IniFileLock::Exclusive, 0).Owns());
 }
 
-TEST_F(IniFileLocks, ANameThatCannotBeUsedIsNotLocked) {
-    EXPECT_FALSE(IniFileLock(nullptr, IniFileLock::Shared, 0).Owns());
-    EXPECT_EQ(errno, EINVAL);
-    std::wstring const longest(5000, L'x');
-    EXPECT_FALSE(IniFileLock(longest.c_str(), IniFileLock::Shared, 0).Owns());
-    EXPECT_EQ(errno, ENAMETOOLONG);
-}
-
 constexpr int kProcesses = 4;
 constexpr int kThreads = 4;
 constexpr int kCounts = 25;
