@@ -44,14 +44,6 @@ timespec DeadlineAfter(int timeoutMs) {
     return DeadlineAfter(Now(), timeoutMs);
 }
 
-timespec ValidDeadlineAfter(int timeoutMs) {
-    timespec deadline = DeadlineAfter(timeoutMs);
-    if (!IsValidDeadline(deadline)) {
-        deadline.tv_nsec = 0; // its second is this one or an earlier one
-    }
-    return deadline;
-}
-
 timespec FlatDeadlineAfter(timespec now, std::uint32_t timeoutMs) {
     return Add(now, timeoutMs / std::uint32_t{kMsPerSecond},
                static_cast<long>(timeoutMs % std::uint32_t{kMsPerSecond}));

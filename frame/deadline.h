@@ -11,10 +11,6 @@ namespace verrick {
 timespec DeadlineAfter(timespec now, int timeoutMs);
 timespec DeadlineAfter(int timeoutMs);
 
-// The same, but for a time-out that gives no valid deadline a valid one in the past: for calls that
-// don't refuse such a deadline.
-timespec ValidDeadlineAfter(int timeoutMs);
-
 // The same for the flat calls: unsigned, so that every time-out lies ahead.
 timespec FlatDeadlineAfter(timespec now, std::uint32_t timeoutMs);
 timespec FlatDeadlineAfter(std::uint32_t timeoutMs);

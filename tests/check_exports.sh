@@ -1,17 +1,22 @@
 #!/bin/sh
 # Usage: check_exports.sh OBJECT LIST INCLUDE NM
 # Compares what the object exports with cmake/exports.list and with the public headers. Fails if a
-# line of the list exports nothing, or if a header declares a function that isn't exported. CXX is
-# taken from the environment.
+# line of the list exports nothing, or if a header declares a function that isn't exported.
+# An application may have functions of its own under the library's names. The object goes on calling
+# its own. So the check also fails if the loader has to look up a function that the object defines.
+# CXX and READELF are taken from the environment.
 set -eu
 export LC_ALL=C
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-"$4" -D --defined-only "$1" | awk '{print "symbol", $NF}' >"$work/symbols"
+"$4" -D --defined-only "$1" >"$work/defined"
+awk '{print "symbol", $NF}' "$work/defined" >"$work/symbols"
+awk '$2 == "T" {print "own", $3}' "$work/defined" >"$work/own"
+"$READELF" -rW "$1" | awk 'NF >= 5 {sub(/@.*/, "", $5); print "looked-up", $5}' >"$work/lookups"
 sed '/^#/d; /^$/d; s/^/listed /' "$2" >"$work/listed"
 "$(dirname "$0")/abi/declarations.sh" "$3" >"$work/headers"
 sed 's/^/declared /' "$work/headers" >"$work/declared"
-for facts in symbols listed declared; do
+for facts in symbols own lookups listed declared; do
     [ -s "$work/$facts" ] || { echo "no $facts were read"; exit 1; }
 done
 
@@ -39,10 +44,15 @@ awk '
     function complain(text) { print text; failed = 1 }
 
     $1 == "symbol" { known[$2] }
+    $1 == "own" { own[$2] }
+    $1 == "looked-up" && ($2 in own) {
+        complain("An application with a " $2 " of its own would replace the library\047s.")
+    }
     $1 == "listed" && !is_there($2, $3) {
         complain("cmake/exports.list names " $3 ", which the object does not export.")
     }
     $1 == "declared" && $2 != "pure" && !($3 in known) && !is_there($2, $3) {
         complain($4 " declares " $3 ", which the object does not export. Is it in cmake/exports.list?")
     }
-    END { exit failed }' "$work/symbols" "$work/listed" "$work/declared"
+    END { exit failed }' "$work/symbols" "$work/own" "$work/lookups" "$work/listed" \
+    "$work/declared"

@@ -1,6 +1,5 @@
 // The comfort headers of C++ programs.
 #include "tests/files/scratch.h"
-#include <verrick/cpp/defaults.h>
 #include <verrick/cpp/handle.h>
 #include <verrick/cpp/ini_values.h>
 #include <verrick/cpp/lock_guard.h>
@@ -107,28 +106,6 @@ TEST(IniValues, DefaultStandsForWhatIsMissingOrMalformed) {
     EXPECT_TRUE(verrick::ReadBool(ini, L"s", L"name", true));
     DIni closed(nullptr);
     EXPECT_EQ(verrick::ReadString(closed, L"s", L"name", L"default"), L"default");
-}
-
-struct Expiry : ITimerListener {
-    void OnTimerExpired(unsigned int expired) override {
-        id = expired;
-        come.Signal();
-    }
-    unsigned int id = 0;
-    DEvent come{false, true};
-};
-
-TEST(Defaults, TimerExpiresOnceAndTaskRuns) {
-    Expiry expiry;
-    EXPECT_TRUE(verrick::CreateTimer(*DTimeManager::GetInstance(1), expiry, 7, 10));
-    EXPECT_EQ(expiry.come.Wait(-1), WAIT_RESULT_OK);
-    EXPECT_EQ(expiry.come.Wait(30), WAIT_RESULT_TIMEOUT);
-    DTimeManager::DestroyInstance();
-    EXPECT_EQ(expiry.id, 7U);
-    static DEvent& ran = *new DEvent(false, false); // the task may outlive the test
-    EXPECT_TRUE(
-        verrick::SpawnTask([](void* event) { static_cast<DEvent*>(event)->Signal(); }, &ran));
-    EXPECT_EQ(ran.Wait(-1), WAIT_RESULT_OK);
 }
 
 } // namespace

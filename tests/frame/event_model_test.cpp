@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <bitset>
 #include <cstring>
 #include <set>
 #include <string>
@@ -39,26 +38,25 @@ using Steps = verrick::EventSteps<WorldFields>;
 
 struct Explorer {
     int signallers;
-    std::bitset<kThreads> canTimeOut; // by thread
-    std::bitset<kThreads> canBeCancelled;
     std::set<std::string> seen;
 
-    // Tries every move from here on.
+    // Tries every move from here on. A state that goes on only by a time-out or a cancellation is
+    // an end, too, because nothing may happen to the threads that wait.
     void Explore(World const& start) {
         std::string const saved(reinterpret_cast<char const*>(&start), sizeof start);
         if (!seen.insert(saved).second) {
             return;
         }
-        bool moved = false;
+        bool goesOn = false;
         for (int at = 0; at < kThreads * kThreads; ++at) {
             World world;
             std::memcpy(static_cast<void*>(&world), saved.data(), sizeof world);
             if (Move(world, at / kThreads, at % kThreads)) {
-                moved = true;
+                goesOn = goesOn || start.places[at / kThreads] == kWakes || at % kThreads == kGoOn;
                 Explore(world);
             }
         }
-        if (!moved) {
+        if (!goesOn) {
             CheckEnd(start);
         }
     }
@@ -70,10 +68,9 @@ struct Explorer {
         Place const before = place;
         if (before == kWakes) {
             Wake(world, thread, choice);
-        } else if (choice == kCancel && canBeCancelled[thread] &&
-                   (before == kBlocked || before == kWoken)) {
+        } else if (choice == kCancel && (before == kBlocked || before == kWoken)) {
             place = steps.AbandonWait() ? kWakes : kLeft;
-        } else if (choice == kTimeOut && canTimeOut[thread] && before == kBlocked) {
+        } else if (choice == kTimeOut && before == kBlocked) {
             steps.EndWait();
             place = kTimedOut;
         } else if (choice == kGoOn && thread < signallers) {
@@ -135,12 +132,9 @@ struct Explorer {
 
 TEST(EventModel, LosesAndInventsNoSignalInAnyOrderOfSteps) {
     for (int const signallers : {1, 2}) {
-        // Which of the threads 1 to 3 can time out, and which can be cancelled.
-        for (unsigned int choices = 0; choices < 64; ++choices) {
-            Explorer explorer{signallers, choices % 8 * 2, choices / 8 * 2, {}};
-            explorer.Explore(World());
-            EXPECT_GT(explorer.seen.size(), 50U);
-        }
+        Explorer explorer{signallers, {}};
+        explorer.Explore(World());
+        EXPECT_GT(explorer.seen.size(), 50U);
     }
 }
 

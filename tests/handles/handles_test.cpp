@@ -14,7 +14,7 @@ TEST(EventHandle, APulseFreesOneBlockedThreadOfEitherKindAndLeavesTheEventUnsign
         HANDLE const event = CreateEvent(nullptr, manualReset, 1, L"shares nothing");
         EXPECT_EQ(PulseEvent(event), 1);
         std::atomic<int> freed{0};
-        std::vector<std::thread> threads;
+        std::vector<std::jthread> threads;
         for (int i = 0; i < 3; ++i) {
             threads.emplace_back([&] {
                 EXPECT_EQ(WaitForSingleObject(event, INFINITE), WAIT_OBJECT_0);
@@ -28,9 +28,6 @@ TEST(EventHandle, APulseFreesOneBlockedThreadOfEitherKindAndLeavesTheEventUnsign
         EXPECT_EQ(freed, 1);
         EXPECT_EQ(WaitForSingleObject(event, 0), WAIT_TIMEOUT);
         EXPECT_EQ(CloseHandle(event), 1);
-        for (auto& thread : threads) {
-            thread.join();
-        }
     }
 }
 

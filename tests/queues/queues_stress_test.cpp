@@ -21,7 +21,7 @@ static void Stress(int capacity, unsigned int longestTimeOutMs) {
     auto const timeOut = [=](std::minstd_rand& random) {
         return longestTimeOutMs == INFINITE ? INFINITE : random() % (longestTimeOutMs + 1);
     };
-    std::vector<std::thread> threads;
+    std::vector<std::jthread> threads;
     for (unsigned int thread = 0; thread < kThreadsPerSide; ++thread) {
         threads.emplace_back([=, &notes] {
             std::minstd_rand random(thread + 1);
@@ -43,9 +43,7 @@ static void Stress(int capacity, unsigned int longestTimeOutMs) {
             }
         });
     }
-    for (auto& thread : threads) { // a stall shows as the test's own time-out
-        thread.join();
-    }
+    threads.clear(); // joins them; a stall shows as the test's own time-out
     for (auto const& count : received) {
         ASSERT_EQ(count.load(), 1);
     }

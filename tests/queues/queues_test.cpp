@@ -94,16 +94,6 @@ TEST_F(MessageQueue, UsesUpTheSignalOfItsWakeEventForACallThatWaits) {
     EXPECT_TRUE(WasSet(queue->m_wakeEvent)); // nobody waits any more
 }
 
-TEST_F(MessageQueue, BlocksASenderUntilThereIsRoom) {
-    for (char const* const text : {"1", "2", "3"}) {
-        EXPECT_EQ(Send(text), 0);
-    }
-    auto sender = std::async(std::launch::async, [&] { return Send("4", INFINITE); });
-    AwaitOthersAsleep();
-    EXPECT_EQ(Receive(), "1");
-    EXPECT_EQ(sender.get(), 0);
-}
-
 TEST_F(MessageQueue, StartsTheTimeAnewForACallThatAMoveWakesInVain) {
     auto const start = std::chrono::steady_clock::now();
     auto first = ReceiveInAThread(400);
@@ -177,13 +167,6 @@ TEST_F(MessageQueue, OfCapacityZeroIsAlwaysFullAndAlwaysEmpty) {
     EXPECT_EQ(Send("x", 5), -1);
     EXPECT_EQ(Receive(5), "-1");
     EXPECT_EQ(errno, 0);
-}
-
-TEST_F(MessageQueue, ThatIsNullHasAnAnswerFromEveryCall) {
-    EXPECT_EQ(MsgQNumMsgs(nullptr), -1);
-    EXPECT_EQ(MsgQSend(nullptr, "x", 1, INFINITE, 0), -1);
-    EXPECT_EQ(MsgQReceive(nullptr, nullptr, 0, INFINITE), -1);
-    EXPECT_EQ(MsgQDelete(nullptr), 0);
 }
 
 TEST_F(MessageQueue, ThatCannotBeMadeIsNullAndLeavesErrnoAlone) {

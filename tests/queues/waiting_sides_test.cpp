@@ -80,13 +80,11 @@ struct Model {
 
     // The rule at the head of queues/waiting_sides.h.
     bool KeepsTheRule(Side side) const {
-        int sleeping = 0;
-        int woken = 0;
-        for (ModelThread const& thread : threads) {
-            sleeping += thread.side == side && thread.IsAsleep() ? 1 : 0;
-            woken += thread.side == side && thread.IsWoken() ? 1 : 0;
-        }
-        return sleeping == 0 || Supply(side) <= woken;
+        auto const count = [&](bool (ModelThread::*is)() const) {
+            return std::ranges::count_if(
+                threads, [&](auto& each) { return each.side == side && (each.*is)(); });
+        };
+        return count(&ModelThread::IsAsleep) == 0 || Supply(side) <= count(&ModelThread::IsWoken);
     }
 
     // Two models of the same state go on in the same way.

@@ -152,14 +152,9 @@ static int JoinGenericText(void) {
     return 0;
 }
 
-static int LayOutARecord(void) {
-    CHECK(sizeof(DWORD) == 4 && sizeof(LONG) == 4 && sizeof(ULONG) == 4 && sizeof(UINT) == 4);
-    CHECK(sizeof(BYTE) == 1 && sizeof(WORD) == 2 && sizeof(TCHAR) == sizeof(wchar_t));
-    return 0;
-}
-
 int (*const FRAGMENTS[])(void) = {
-    WaitOnEvents,           ReadPreviousCounts, EnterNested,  CountReferences, SpinForALock,
-    ListTheFolder,          ListByPattern,      CallALibrary, JoinGenericText, ReadProfileNumbers,
-    AskWhyAFileDoesNotOpen, LayOutARecord,      NULL,
+    WaitOnEvents,       ReadPreviousCounts,     EnterNested,
+    CountReferences,    SpinForALock,           ListTheFolder,
+    ListByPattern,      CallALibrary,           JoinGenericText,
+    ReadProfileNumbers, AskWhyAFileDoesNotOpen, NULL,
 };
