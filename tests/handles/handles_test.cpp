@@ -2,6 +2,7 @@
 #include <verrick/handles.h>
 
 #include <gtest/gtest.h>
+#include <thread>
 
 #include <future>
 
