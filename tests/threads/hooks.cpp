@@ -47,14 +47,3 @@ extern "C" int pthread_cond_wait(pthread_cond_t* condition, pthread_mutex_t* mut
     static auto* const real = Real(pthread_cond_wait, "pthread_cond_wait");
     return g_spuriousWakeUps > 0 && g_spuriousWakeUps-- > 0 ? 0 : real(condition, mutex);
 }
-
-extern "C" int pthread_cond_broadcast(pthread_cond_t* condition) noexcept {
-    static auto* const real = Real(pthread_cond_broadcast, "pthread_cond_broadcast");
-    if (!g_beforeBroadcast) {
-        return real(condition);
-    }
-    std::exchange(g_beforeBroadcast, {})();
-    int const result = real(condition);
-    usleep(50000);
-    return result;
-}

@@ -56,7 +56,3 @@ inline std::atomic<int> g_spuriousWakeUps{0};
 
 // Called once, inside the calling thread's next change of a thread's priority.
 inline thread_local std::function<void()> g_beforePriority;
-
-// Called once, before the calling thread's next broadcast of a condition variable. After it the
-// thread pauses, so that those whom it woke queue for the mutex that it holds.
-inline thread_local std::function<void()> g_beforeBroadcast;

@@ -98,32 +98,6 @@ TEST(Thread, AnObjectWhoseCreationFailedHasNone) {
     EXPECT_TRUE(DThread::Create(&thread, 0, 0, 0)); // it gets one after all
 }
 
-TEST(Thread, RunsOnceHoweverOftenItIsCreatedAndStarted) {
-    Recorder<int> ids;
-    Thread thread([&] { ids.Note(gettid()); });
-    int const id = thread.GetThreadId();
-    EXPECT_FALSE(DThread::Create(&thread, 0, 0, 0));
-    thread.Start();
-    thread.Start();
-    EXPECT_EQ(thread.WaitForThreadDeath(-1), WAIT_RESULT_OK);
-    EXPECT_EQ(ids.Await(0), std::vector<int>{id});
-}
-
-TEST(Thread, AJoinedOneKeepsNothingButItsName) {
-    Thread thread([] {});
-    thread.Start();
-    thread.WaitForThreadDeath(-1);
-    thread.SetName("after");
-    EXPECT_STREQ(thread.GetName(), "after");
-    EXPECT_EQ(thread.GetThreadId(), -1);
-    EXPECT_EQ(thread.SetPriority(10), -1);
-    EXPECT_FALSE(DThread::Create(&thread, 0, 0, 0));
-    testing::internal::CaptureStdout();
-    thread.Kill();
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
-    EXPECT_EQ(thread.WaitForThreadDeath(-1), WAIT_RESULT_FAILED);
-}
-
 TEST(Thread, AJoinedOneIsOkAlsoForTheThreadThatHasItsIdNow) {
     pthread_t id{};
     Thread thread([&] { id = pthread_self(); });
@@ -240,16 +214,6 @@ TEST(Thread, KillLetsOneInRunGoOnWithoutItsObject) {
     Sleep(20); // the detached thread's last steps use this stack's objects
 }
 
-TEST(Thread, KillBesideAJoinLeavesItTheThread) {
-    Gate gate;
-    Thread thread([&] { gate.Pass(); });
-    thread.Start();
-    auto join = WaitFor(thread, -1);
-    thread.Kill();
-    gate.Open();
-    EXPECT_EQ(join.get(), WAIT_RESULT_OK);
-}
-
 TEST(Thread, DoesNotEndWhileItsPriorityIsBeingChanged) {
     Gate gate;
     Thread thread([&] { gate.Pass(); });
@@ -306,22 +270,6 @@ TEST(Thread, AllOthersWhoWaitAreReleasedWithTheOneThatJoins) {
     EXPECT_EQ(joining.get(), WAIT_RESULT_OK);
     EXPECT_EQ(others[0].get(), WAIT_RESULT_OK);
     EXPECT_EQ(others[1].get(), WAIT_RESULT_OK);
-}
-
-TEST(Thread, WhoComesAsTheJoiningOneGivesUpJoinsInstead) {
-    Gate gate;
-    Thread thread([&] { gate.Pass(); });
-    thread.Start();
-    std::future<int> late;
-    auto joining = std::async(std::launch::async, [&] {
-        g_beforeBroadcast = [&] { late = WaitFor(thread, -1); }; // first in line for the mutex
-        return thread.WaitForThreadDeath(500);
-    });
-    Sleep(50);
-    EXPECT_EQ(WaitFor(thread, 60000).get(), WAIT_RESULT_TIMEOUT); // its neighbour gave up
-    EXPECT_EQ(joining.get(), WAIT_RESULT_TIMEOUT);
-    gate.Open();
-    EXPECT_EQ(late.get(), WAIT_RESULT_OK);
 }
 
 TEST(Thread, StartFollowedByDestructionNeverHarms) {

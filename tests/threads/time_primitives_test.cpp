@@ -72,10 +72,4 @@ TEST(TimePrimitives, APeriodIsTheNextMultipleOfTenAboveTheResolution) {
     }
 }
 
-TEST(TimePrimitives, WithoutATimerThereIsNoWait) {
-    g_slept.tv_usec = -1;
-    EXPECT_FALSE(DTimeManagerImplCallouts__WaitForTimerExpiration(nullptr));
-    EXPECT_EQ(g_slept.tv_usec, -1);
-}
-
 } // namespace

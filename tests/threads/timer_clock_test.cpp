@@ -169,31 +169,6 @@ protected:
     Listener listener;
 };
 
-TEST_F(TimerClock, ATimerFiresOnTheFirstTickThatReachesIt) {
-    Create(1, 30);
-    Create(2, 21);
-    Create(3, 20);
-    EXPECT_EQ(Tick(2), (Ids{3}));
-    EXPECT_EQ(Tick(1), (Ids{3, 2, 1}));
-    EXPECT_EQ(Tick(5), (Ids{3, 2, 1}));
-}
-
-TEST_F(TimerClock, ARepeatingTimerCountsFromTheTickThatFired) {
-    Create(9, 25, TIMER_REPEAT);
-    EXPECT_EQ(Tick(2), Ids{});
-    EXPECT_EQ(Tick(1), Ids{9});
-    EXPECT_EQ(Tick(2), Ids{9});
-    EXPECT_EQ(Tick(1), (Ids{9, 9}));
-}
-
-TEST_F(TimerClock, OfEqualExpiriesTheNewestIsDeliveredFirst) {
-    Create(1, 20);
-    Tick(1);
-    Create(2, 10);
-    Create(3, 10, TIMER_REPEAT);
-    EXPECT_EQ(Tick(1), (Ids{3, 2, 1}));
-}
-
 TEST_F(TimerClock, ALateTickIsNotMadeUp) {
     Tick(1);
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
