@@ -1,6 +1,10 @@
 // What INI files hold, and what is read from them.
 #include "tests/ini/ini_files.h"
 
+#include <algorithm>
+#include <random>
+#include <vector>
+
 namespace {
 
 using namespace std::string_literals;
@@ -43,6 +47,26 @@ TEST_F(Ini, EditsLeaveExactlyTheseBytes) {
     }
 }
 
+TEST_F(Ini, TailsOfEveryLengthMoveBothWaysByteForByte) {
+    std::mt19937 random(4711);
+    auto const text = [&] {
+        constexpr std::size_t around[] = {0, 2030, 65520, 131060, 200000};
+        std::string bytes(around[random() % 5] + random() % 30, '\0');
+        bool const isOneLine = random() % 4 == 0;
+        std::generate(bytes.begin(), bytes.end(),
+                      [&] { return isOneLine ? 'x' : "\xff\r\0=[;ab\n"[random() % 9]; });
+        return bytes;
+    };
+    for (int round = 0; round < 60; ++round) {
+        std::string const head = std::string(";") + std::string(random() % 5000, 'h') + "\n[s]\nk=";
+        std::string const tail = std::string("\n[t]") + text();
+        Store(head + std::string(text().size(), 'o') + tail);
+        std::wstring const value(text().size(), L'v');
+        ASSERT_EQ(WritePrivateProfileString(L"s", L"k", value.c_str(), Name().c_str()), 1);
+        ASSERT_TRUE(Stored() == head + std::string(value.size(), 'v') + "\r" + tail) << round;
+    }
+}
+
 TEST_F(Ini, LinesAreReadByTheFormat) {
     Store("k=0\n;[x]\r\n \t[ Alpha ] k=1\n ;k=2\n#k=3\n[k=4\nK =5=6 ;7 \r\nk=8\ne=\n=n\n"
           "\u2003u\u2003=\u2003\u00fc\n\u2003; c=1\nf=ab\xff=c\nz=1\0=2\n\u2003[\u00c4]\n"
@@ -59,6 +83,44 @@ TEST_F(Ini, LinesAreReadByTheFormat) {
     EXPECT_EQ(Value(L"alpha", L""), L"n");
     EXPECT_EQ(Value(L"\u00e4", L"k"), L"9");
     EXPECT_EQ(Value(L"x", L"k"), L"?");
+}
+
+// What a call left in an array of that size, whose elements were '~'.
+template<typename Call>
+std::wstring Array(unsigned int size, unsigned int count, Call call) {
+    std::wstring out(size, L'~');
+    EXPECT_EQ(call(out.data(), size), count);
+    return out;
+}
+
+TEST_F(Ini, ListsAndValuesAreCutToTheArray) {
+    Store("[abc]\na = b\nde=\n[de]\n");
+    DIni ini(Name().c_str());
+    auto const names = [&](auto... room) { return ini.GetSectionNames(room...); };
+    EXPECT_EQ(Array(8, 6, names), L"abc\0de\0\0"s);
+    EXPECT_EQ(Array(7, 5, names), L"abc\0d\0\0"s);
+    EXPECT_EQ(Array(6, 4, names), L"abc\0\0\0"s);
+    EXPECT_EQ(Array(5, 3, names), L"abc\0\0"s);
+    EXPECT_EQ(Array(4, 2, names), L"ab\0\0"s);
+    EXPECT_EQ(Array(1, 0, names), L"~"s);
+    EXPECT_EQ(Array(9, 4, [&](auto... room) { return ini.GetKeyNames(L"ABC", room...); }),
+              L"a\0de\0\0~~~"s);
+    auto const lines = [&](auto... room) { return ini.GetSection(L"abc", room...); };
+    EXPECT_EQ(Array(9, 7, lines), L"a=b\0de=\0\0"s);
+    EXPECT_EQ(Array(8, 6, lines), L"a=b\0de\0\0"s);
+    auto const value = [&](auto... room) { return ini.GetKeyValue(L"x", L"x", L" ab", room...); };
+    EXPECT_EQ(Array(3, 2, value), L" a\0"s);
+    EXPECT_EQ(Array(1, 0, value), L"\0"s);
+}
+
+TEST_F(Ini, TextThatDoesNotConvertLeavesTheFileAlone) {
+    Store(kWorked);
+    DIni ini(Name().c_str());
+    EXPECT_EQ(ini.PutKeyValue(L"a", L"k", L"\xd800"), 0);
+    EXPECT_EQ(ini.PutKeyValue(L"a", L"\xd800", L"v"), 0);
+    EXPECT_EQ(ini.PutKeyValue(L"\xd800", L"k", L"v"), 0);
+    EXPECT_EQ(ini.PutSection(L"a", L"p\0\xd800\0"), 0);
+    EXPECT_EQ(Stored(), kWorked);
 }
 
 } // namespace

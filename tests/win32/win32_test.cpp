@@ -132,15 +132,6 @@ TEST(Win32, WaitForAThreadCoversTheEndOfItsLocalStorage) {
     CloseHandle(thread);
 }
 
-TEST(Win32, ClosingAThreadHandleLeavesTheThreadRunning) {
-    // Never closed, because the thread may outlive the test.
-    static HANDLE const ran = CreateEvent(NULL, TRUE, FALSE, NULL);
-    HANDLE const thread = CreateThread(NULL, 0, SetAndEnd, ran, CREATE_SUSPENDED, NULL);
-    ResumeThread(thread);
-    EXPECT_EQ(CloseHandle(thread), 1);
-    EXPECT_EQ(WaitForSingleObject(ran, INFINITE), WAIT_OBJECT_0);
-}
-
 TEST(Win32, WrongHandlesAreRefused) {
     DWORD code = 1;
     EXPECT_FALSE(GetExitCodeThread(g_go, &code));
