@@ -18,6 +18,9 @@ target_compile_definitions(Verrick PRIVATE _GNU_SOURCE)
 # An exported function is never replaced by an application's own of that name, neither for the
 # compiler (which may inline it) nor for the linker (which binds the library's calls to it).
 target_compile_options(Verrick PRIVATE -fno-semantic-interposition -fno-plt)
+# The library's few thread-local words have places known to the loader. That is faster than asking for
+# them, and GCC for PowerPC asks for a wrong place together with -fno-plt.
+target_compile_options(Verrick PRIVATE -ftls-model=initial-exec)
 verrick_warnings(Verrick)
 
 include(cmake/Exports.cmake)
