@@ -3,7 +3,6 @@
 #include <cerrno>
 #include <dlfcn.h>
 #include <pthread.h>
-#include <unistd.h>
 #include <utility>
 
 namespace {

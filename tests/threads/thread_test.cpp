@@ -324,5 +324,15 @@ TEST(Task, IsRefusedWithoutAnEntryAThreadOrMemory) {
     MemoryShortage const shortage;
     EXPECT_EQ(ThreadSpawn(entry, nullptr, 0, 0, 0, 0), 0);
 }
+TEST(Thread, RunsOnceHoweverOftenItIsCreatedAndStarted) {
+    Recorder<int> ids;
+    Thread thread([&] { ids.Note(gettid()); });
+    int const id = thread.GetThreadId();
+    EXPECT_FALSE(DThread::Create(&thread, 0, 0, 0));
+    thread.Start();
+    thread.Start();
+    EXPECT_EQ(thread.WaitForThreadDeath(-1), WAIT_RESULT_OK);
+    EXPECT_EQ(ids.Await(0), std::vector<int>{id});
+}
 
 } // namespace

@@ -187,6 +187,16 @@ TEST_F(TimerClock, ActivateRestartsTheFullPeriodOfADeactivatedTimer) {
     EXPECT_EQ(Tick(1), Ids{1});
 }
 
+TEST_F(TimerClock, AFiredOneShotTimerIsInactiveUntilDestroy) {
+    Create(1, 0, TIMER_INACTIVE);
+    EXPECT_EQ(Tick(2), Ids{});
+    EXPECT_TRUE(Service().Activate(&listener, 1));
+    EXPECT_EQ(Tick(2), Ids{1});
+    EXPECT_FALSE(Create(1, 0));
+    EXPECT_TRUE(Service().Destroy(&listener, 1));
+    EXPECT_FALSE(Service().Destroy(&listener, 1));
+}
+
 TEST_F(TimerClock, AnExpiryThatWaitsForDeliverySurvivesDeactivateButNotDestroy) {
     Gate gate;
     Listener blocking;

@@ -127,6 +127,23 @@ TEST(Worker, ACallbackMayUseAndDestroyItsWorker) {
     Sleep(20);
 }
 
+TEST(Worker, KeepsABlockUntilItHasAThreadThatIsStarted) {
+    Callback callback;
+    DWorkerThread worker("late", 0, 0, kNoThreadYet);
+    worker.AddCallbackObject(&callback);
+    EXPECT_TRUE(Give(worker, "early"));
+    g_spuriousWakeUps = 3; // which don't start it
+    ASSERT_TRUE(DThread::Create(&worker, 0, 0, 0));
+    Sleep(50);
+    EXPECT_EQ(callback.seen.Await(0), Texts{});
+    worker.Start();
+    EXPECT_EQ(callback.seen.Await(1), Texts{"early"});
+    worker.Kill(); // gives the handle up, and the thread works on
+    EXPECT_TRUE(Give(worker, "more"));
+    EXPECT_EQ(callback.seen.Await(2), (Texts{"early", "more"}));
+    Sleep(50); // nobody waits for a callback after Kill
+}
+
 TEST(Worker, IsDestroyedByAnExceptionOfADerivedConstructorWithItsThreadParked) {
     struct Throwing : DWorkerThread {
         Throwing() : DWorkerThread("throwing", 0, 0, kNoThreadYet) {
