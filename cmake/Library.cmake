@@ -5,6 +5,17 @@ include(cmake/Sources.cmake)
 
 find_package(Threads REQUIRED)
 target_link_libraries(Verrick PRIVATE Threads::Threads ${CMAKE_DL_LIBS})
+# GCC changes a single byte by a call into its own run-time library where the processor can't, as on
+# 64-bit RISC-V.
+include(CheckCXXSourceCompiles)
+check_cxx_source_compiles("
+    #include <atomic>
+    std::atomic<bool> flag;
+    int main() { bool seen = false; return flag.compare_exchange_strong(seen, true); }"
+    VERRICK_HAS_BYTE_ATOMICS)
+if(NOT VERRICK_HAS_BYTE_ATOMICS)
+    target_link_libraries(Verrick PRIVATE atomic)
+endif()
 target_include_directories(Verrick
     PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
     PRIVATE ${PROJECT_SOURCE_DIR})
@@ -22,6 +33,7 @@ target_compile_options(Verrick PRIVATE -fno-semantic-interposition -fno-plt)
 # them, and GCC for PowerPC asks for a wrong place together with -fno-plt.
 target_compile_options(Verrick PRIVATE -ftls-model=initial-exec)
 verrick_warnings(Verrick)
+verrick_hardening(Verrick)
 
 include(cmake/Exports.cmake)
 # The object stays loaded after dlclose: a detached thread may still be on its last instructions.

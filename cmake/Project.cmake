@@ -10,9 +10,10 @@ endif()
 # have internal names in common, and some ask libc for records of another size than the others.
 set(CMAKE_UNITY_BUILD OFF)
 
-set(shared_only "Verrick is built as a shared library only. Its timer service and its registry \
-of named semaphores exist once in a process, and a static copy in each module would make several. Its calls to its own functions stay its own, even if a program defines \
-a function of that name. A static library can't promise that.")
+set(shared_only "Verrick is built as a shared library only. Its timer service and its registry of \
+named semaphores exist once in a process, and a static copy in each module would make several. Its \
+calls to its own functions stay its own, even if a program defines a function of that name. A static \
+library can't promise that.")
 if(DEFINED BUILD_SHARED_LIBS AND NOT BUILD_SHARED_LIBS)
     if(PROJECT_IS_TOP_LEVEL)
         message(FATAL_ERROR "${shared_only} Configure without BUILD_SHARED_LIBS=OFF.")

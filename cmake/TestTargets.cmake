@@ -14,8 +14,8 @@ if(CMAKE_CROSSCOMPILING AND CMAKE_CXX_BYTE_ORDER STREQUAL "BIG_ENDIAN")
     set(verrick_test_environment LOCPATH=${locale_folder})
 endif()
 
-# tests/exceptions.txt names, for each target, memcheck and tsan, what can't run there. These tests are
-# registered all the same, and ctest's summary names them as disabled.
+# tests/exceptions.txt names the tests that can't run on a target, under memcheck or under the thread
+# sanitizer. They are registered all the same, and ctest's summary names them as disabled.
 set(runner "")
 if(CMAKE_CROSSCOMPILING)
     set(runner ${CMAKE_SYSTEM_PROCESSOR})
@@ -36,7 +36,7 @@ if(VERRICK_TEST_EXCEPTIONS)
 endif()
 file(WRITE ${PROJECT_BINARY_DIR}/exceptions.cmake "${disabled}")
 
-# At the end of the folder, for only what is included last sees every test.
+# This runs at the end of the folder, because only a file that is included last sees every test.
 function(verrick_disable_exceptions)
     set_property(DIRECTORY APPEND PROPERTY TEST_INCLUDE_FILES ${PROJECT_BINARY_DIR}/exceptions.cmake)
 endfunction()

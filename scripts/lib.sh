@@ -36,12 +36,19 @@ require_value() {
     [[ $# -ge 2 ]] || misuse "$1 takes a value"
 }
 
+# The targets besides the native one. Each has a preset, a toolchain file and packages of its name.
+targets=(i686 ppc aarch64 armhf s390x riscv64)
+
 # The Debian packages for each purpose. A script asks for the purposes that it serves.
 declare -A packages=(
     [build]="cmake ninja-build g++"
     [test]="googletest clang pkgconf"
     [i686]="g++-i686-linux-gnu"
     [ppc]="g++-powerpc-linux-gnu qemu-user locales"
+    [aarch64]="g++-aarch64-linux-gnu qemu-user"
+    [armhf]="g++-arm-linux-gnueabihf qemu-user"
+    [s390x]="g++-s390x-linux-gnu qemu-user locales"
+    [riscv64]="g++-riscv64-linux-gnu qemu-user"
     [package]="dpkg-dev file"
     [trial]="mmdebstrap"
     [bench]="libbenchmark-dev libpoco-dev libinih-dev libglib2.0-dev libboost-dev libuv1-dev pkgconf python3"
@@ -49,6 +56,7 @@ declare -A packages=(
     [lint]="clang clang-tidy"
     [docs]="doxygen"
     [valgrind]="valgrind"
+    [coverage]="gcovr"
 )
 
 as_root() {

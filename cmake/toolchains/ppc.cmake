@@ -1,10 +1,5 @@
-# 32-bit big-endian PowerPC with Debian's cross compiler; the programs run under the emulator.
-set(CMAKE_SYSTEM_NAME Linux)
+# 32-bit big-endian PowerPC. The programs run under an emulator.
+set(machine powerpc-linux-gnu)
 set(CMAKE_SYSTEM_PROCESSOR ppc)
-set(CMAKE_C_COMPILER powerpc-linux-gnu-gcc)
-set(CMAKE_CXX_COMPILER powerpc-linux-gnu-g++)
-set(CMAKE_FIND_ROOT_PATH /usr/powerpc-linux-gnu)
-set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
-set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
-set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
-set(CMAKE_CROSSCOMPILING_EMULATOR qemu-ppc -L /usr/powerpc-linux-gnu)
+include(${CMAKE_CURRENT_LIST_DIR}/debian_cross.cmake)
+set(CMAKE_CROSSCOMPILING_EMULATOR qemu-ppc -L /usr/${machine})
