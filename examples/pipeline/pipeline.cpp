@@ -4,8 +4,8 @@
 //
 //   main thread --ring of bytes--> cutter --queue of lines--> counter
 //
-// The cutter stops when the stop event is set and the ring is empty, and the counter at the empty
-// message that follows the last line; each then releases the semaphore that the main thread waits
+// The cutter stops when the stop event is set and the ring is empty. The counter stops at the empty
+// message that follows the last line. Each then releases the semaphore that the main thread waits
 // on.
 #include <verrick/file.h>
 #include <verrick/handles.h>

@@ -1,5 +1,5 @@
-// A job scheduler that lives from one INI file: it lists the file, makes a timer for each job in
-// it, and writes each job's run count and last run back into the same file while it runs.
+// A job scheduler that keeps everything in one INI file. It lists the file and makes a timer for
+// each job in it. While it runs, it writes each job's run count and last run back into the file.
 //
 // Usage: scheduler [FILE]. A file without a section [job ...] is only listed.
 #include <verrick/verrick.h>

@@ -84,8 +84,8 @@ private:
     friend struct verrick::InterlockedAccess;
 
     /*
-     * A change is one atomic step with the order of a lock: it sees what the threads did that
-     * changed the value before, and shows what its own thread did to those that change it after.
+     * A change is one atomic step with the order of a lock. Its thread sees all that was done
+     * ahead of the changes before it. Threads that change the value later see what it did itself.
      */
     std::atomic<int> m_value;
     DCriticalSection m_lock; /* unused: the steps need no lock. It keeps the object's layout. */

@@ -155,9 +155,9 @@ VERRICK_API unsigned long WaitForSingleObject(HANDLE handle, unsigned long timeo
  * Ends a handle and frees its object. Wakes every thread that is blocked on an event, and returns
  * when they have left. Not a cancellation point.
  *
- * No other thread may be inside a call on the handle or on its way in, with two exceptions: threads
- * that are blocked on an event, and the SetEvent or ReleaseSemaphore that has just let the calling
- * thread through. No thread may be blocked on a semaphore.
+ * No other thread may be inside a call on the handle or about to enter one. There are two
+ * exceptions. Threads may be blocked on an event, but not on a semaphore. And the SetEvent or
+ * ReleaseSemaphore that let the calling thread through may still be returning.
  *
  * @return 1; 0 for a null handle. 0 for an event that another thread is closing: that one frees it.
  */
