@@ -3,6 +3,7 @@
 include(CheckCXXCompilerFlag)
 
 function(verrick_hardening target)
+    set(CMAKE_REQUIRED_FLAGS -Werror) # Clang takes an option without use, with a warning
     foreach(flag
             -fstack-protector-strong
             -fstack-clash-protection
