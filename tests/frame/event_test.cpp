@@ -25,7 +25,7 @@ std::future<wait_result_t> BlockIn(IEvent& event, int timeoutMs) {
 }
 
 std::atomic<bool> g_holdWaiters{false};
-thread_local useconds_t t_longerUs = 0;
+std::atomic<bool> g_holdSleepers{false};
 
 } // namespace
 
@@ -37,9 +37,12 @@ extern "C" int clock_gettime(clockid_t clock, timespec* now) noexcept {
     return static_cast<int>(syscall(SYS_clock_gettime, clock, now));
 }
 
-// The call that sleeps. The end of an event sleeps longer than a woken thread takes to leave.
+// The call that sleeps. The end of an event sleeps while threads leave.
 extern "C" int select(int, fd_set*, fd_set*, fd_set*, timeval* period) {
-    return usleep(static_cast<useconds_t>(period->tv_sec * 1000000 + period->tv_usec) + t_longerUs);
+    while (g_holdSleepers) {
+        usleep(1000);
+    }
+    return usleep(static_cast<useconds_t>(period->tv_sec * 1000000 + period->tv_usec));
 }
 
 namespace {
@@ -48,15 +51,14 @@ TEST(Event, ItsEndFreesThreadsThatAreStillOnTheirWayIntoTheWait) {
     auto* const event = new DEvent(false, true);
     g_holdWaiters = true;
     auto holder = BlockIn(*event, 20000); // has the mutex, and no wait under way yet
-    std::thread destroyer([event] {
-        t_longerUs = 200000;
-        delete event;
-    });
+    std::thread destroyer([event] { delete event; });
     Sleep(50);
     auto late = BlockIn(*event, -1); // finds no destruction begun, and waits for the mutex
+    g_holdSleepers = true;
     g_holdWaiters = false;
     EXPECT_EQ(holder.get(), WAIT_RESULT_OK);
     EXPECT_NE(late.get(), WAIT_RESULT_TIMEOUT);
+    g_holdSleepers = false;
     destroyer.join();
 }
 
