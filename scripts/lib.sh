@@ -39,7 +39,7 @@ require_value() {
 # The Debian packages for each purpose. A script asks for the purposes that it serves.
 declare -A packages=(
     [build]="cmake ninja-build g++"
-    [test]="googletest clang pkgconf"
+    [test]="googletest clang gdb pkgconf"
     [i686]="g++-i686-linux-gnu"
     [ppc]="g++-powerpc-linux-gnu qemu-user locales"
     [package]="dpkg-dev file"
