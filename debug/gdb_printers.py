@@ -44,14 +44,14 @@ def event_text(event, auto_reset, ending):
 
 
 def semaphore_text(semaphore, maximum, bank):
-    """The C library's record: one word of 64 bits, or three of 32 bits with a flag in the count."""
+    """The C library's record: one word of 64 bits, or several of 32 bits with a flag in the count."""
     sem = semaphore.address
     if gdb.lookup_type("long").sizeof == 8:
         word = int(sem.cast(gdb.lookup_type("unsigned long").pointer()).dereference())
         count, waiting = word & 0xFFFFFFFF, word >> 32
     else:
         words = sem.cast(gdb.lookup_type("unsigned int").pointer())
-        count, waiting = int(words[0]) >> 1, int(words[2])
+        count, waiting = int(words[0]) >> 1, int(words[3])
     return "count %d of at most %d, %d waiting" % (count + bank, maximum, waiting)
 
 

@@ -46,6 +46,8 @@ static void ConfigurationAndFiles(void) {
 
 static void QueuesAndStrings(void) {
     wchar_t text[16];
+    wchar_t writableFormat[] = L"ab%n";
+    int printed = 0;
     char bytes[8];
     RingBuffer* const ring = RingCreate(8);
     MsgQueue* const queue = MsgQCreate(2, 8);
@@ -57,6 +59,7 @@ static void QueuesAndStrings(void) {
     CHECK(MsgQDelete(queue) == 0);
     CHECK(_sprintf(text, L"%d", 42) == 2);
     CHECK(_wcstol(text) == 42);
+    CHECK(_sprintf(text, writableFormat, &printed) == 2);
 }
 
 int main(void) {
