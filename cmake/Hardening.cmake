@@ -15,12 +15,9 @@ function(verrick_hardening target)
             target_compile_options(${target} PRIVATE ${flag})
         endif()
     endforeach()
-    # libc's checks need an optimised build. A sanitizer has better checks of its own. In a format they
-    # would end a program for %n, so they stay out of the calls that take the caller's format.
+    # libc's checks need an optimised build. A sanitizer has better checks of its own.
     if(NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize")
         target_compile_options(${target} PRIVATE
             $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE$<SEMICOLON>-D_FORTIFY_SOURCE=3>)
-        set_source_files_properties(strings/printing.cpp strings/debug.cpp PROPERTIES
-            COMPILE_OPTIONS -U_FORTIFY_SOURCE)
     endif()
 endfunction()

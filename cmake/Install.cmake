@@ -25,6 +25,10 @@ configure_file(cmake/verrick.pc.in verrick.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/verrick.pc
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 
+# GDB loads a file of this name from its auto-load folder together with the library at that path.
+install(FILES debug/gdb_printers.py RENAME libVerrick.so.1-gdb.py COMPONENT runtime
+    DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/gdb/auto-load${CMAKE_INSTALL_FULL_LIBDIR})
+
 # The manual pages are made by scripts/docs; without them there is nothing to install.
 set(VERRICK_MAN_DIR ${PROJECT_SOURCE_DIR}/build/docs/man CACHE PATH "Folder of built manual pages")
 if(IS_DIRECTORY ${VERRICK_MAN_DIR})

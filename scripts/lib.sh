@@ -42,14 +42,14 @@ targets=(i686 ppc aarch64 armhf s390x riscv64)
 # The Debian packages for each purpose. A script asks for the purposes that it serves.
 declare -A packages=(
     [build]="cmake ninja-build g++"
-    [test]="googletest clang pkgconf"
+    [test]="googletest clang gdb pkgconf"
     [i686]="g++-i686-linux-gnu"
     [ppc]="g++-powerpc-linux-gnu qemu-user locales"
     [aarch64]="g++-aarch64-linux-gnu qemu-user"
     [armhf]="g++-arm-linux-gnueabihf qemu-user"
     [s390x]="g++-s390x-linux-gnu qemu-user locales"
     [riscv64]="g++-riscv64-linux-gnu qemu-user"
-    [package]="dpkg-dev file"
+    [package]="dpkg-dev file lintian"
     [trial]="mmdebstrap"
     [bench]="libbenchmark-dev libpoco-dev libinih-dev libglib2.0-dev libboost-dev libuv1-dev pkgconf python3"
     [format]="clang-format"

@@ -44,6 +44,19 @@ interface_test(headers.CompileAloneWithClang check_headers.sh ${clang} ${PROJECT
 interface_test(headers.StandInAnUmbrellaOrOptIn check_umbrellas.sh ${PROJECT_SOURCE_DIR}/include
     ${CMAKE_CURRENT_SOURCE_DIR}/opt_in_headers.txt)
 
+# The printers read debug information, and GDB runs what this machine can run by itself. The program has
+# its variables where GDB finds them.
+if(CMAKE_BUILD_TYPE MATCHES "Deb" AND NOT CMAKE_CROSSCOMPILING_EMULATOR)
+    add_executable(stopped debug/stopped.cpp)
+    target_compile_features(stopped PRIVATE cxx_std_20)
+    target_compile_options(stopped PRIVATE -O0)
+    target_include_directories(stopped PRIVATE ${PROJECT_SOURCE_DIR})
+    target_link_libraries(stopped PRIVATE Verrick::Verrick)
+    verrick_warnings(stopped)
+    interface_test(debug.PrintersTellTheStateOfObjects debug/check_printers.sh
+        ${PROJECT_SOURCE_DIR}/debug/gdb_printers.py $<TARGET_FILE:stopped>)
+endif()
+
 if(VERRICK_INSTALL)
     interface_test(install.ServesOutsidePrograms check_install.sh ${PROJECT_BINARY_DIR}
         ${PROJECT_SOURCE_DIR}/README.md)

@@ -1,5 +1,6 @@
 /* Uses every family of flat calls from C99. */
 #include <verrick/flat.h>
+#include <verrick/version.h>
 
 #include <stdio.h>
 #include <string.h>
@@ -23,7 +24,7 @@ static void FrameThreadsAndHandles(void) {
     char version[5];
     HANDLE const event = CreateEvent(NULL, 1, 0, NULL);
     GetDLLVersion(version);
-    CHECK(strcmp(version, "2.00") == 0);
+    CHECK(strcmp(version, VERRICK_VERSION) == 0);
     CHECK(InterlockedIncrement(&counter) == 11);
     CHECK(WaitForSingleObject(event, 0) == WAIT_TIMEOUT);
     CHECK(ThreadSpawn(Set, event, 0, 0, 0, 0) == 1);

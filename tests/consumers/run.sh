@@ -1,8 +1,8 @@
 #!/bin/sh
 # Usage: run.sh README [PREFIX]
 # Builds and runs programs against an installed library: the README's first program through
-# find_package, objects.cpp and flat.c through pkg-config. Without PREFIX the library is where the
-# system finds it by itself.
+# find_package, and flat.c through pkg-config. Without PREFIX the library is where the system finds it
+# by itself.
 #
 # CC, CXX, CFLAGS, CXXFLAGS and EMULATOR (a command that runs the target's programs) may be set.
 set -eu
@@ -38,7 +38,5 @@ echo "the README's program works through find_package"
 # The options are lists of words.
 flags=$(pkg-config --cflags verrick)
 libs=$(pkg-config --libs verrick)
-$CXX -std=c++11 $warnings $CXXFLAGS $flags "$source/objects.cpp" -o objects $libs $rpath
-$EMULATOR ./objects
 $CC -std=c99 $warnings $CFLAGS $flags "$source/flat.c" -o flat $libs $rpath
 $EMULATOR ./flat
