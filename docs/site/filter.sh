@@ -1,0 +1,58 @@
+#!/bin/bash
+# What doxygen reads in place of a file.
+#
+# Of a page:
+# - It has a name of its own. Otherwise its path would be its name.
+# - The name of a flat call links to the call, also in tables.
+# - The folder of examples is a page of the site.
+# - A percent sign in code stays one, because doxygen takes the first as its own.
+#
+# Of a header:
+# - It ends its description with the line that includes it.
+# - Friends are left out, and each "= delete" is documented.
+# - Each class goes into a group of docs/site/groups.dox.
+#
+#   docs/site/filter.sh FILE
+
+# A pattern that fits the names of all flat calls.
+flat_calls() {
+    sed -nE 's/^VERRICK_API[A-Z_]* [^(]*[ *]([A-Za-z_0-9]+)\(.*/\1/p' include/verrick/flat/*.h |
+        sort -u | paste -sd'|'
+}
+
+page() {
+    sed -E -e "1s/\$/ {#$1}/" -e 's|\(../examples\)|(examples.html)|' -e 's/`(%?)%([a-z])/`\1%%\2/g' \
+        -e "/^#/!s/\`($(flat_calls))\`/<code>#\1<\/code>/g" "$2"
+}
+
+# group CLASS: prints the group of a class.
+group() {
+    case $1 in
+    *Impl | CSemaphore* | XEvent | XSemaphore | DTimerDispatch) echo behind ;;
+    ITimerListener | IWorkerCallbackObj) echo classes ;;
+    I[A-Z]*) echo interfaces ;;
+    AtomicInt | DFileInfo | MsgQueue | RingBuffer | xDirStruct | CRITICAL_SECTION | FindData)
+        echo records
+        ;;
+    *) echo classes ;;
+    esac
+}
+
+header() {
+    local kind class scope=
+    sed -e "0,/^ \*\/\$/s|^ \*/\$| *\n * @code{.cpp}\n#include <verrick/${1##*include/verrick/}>\n * @endcode\n */|" \
+        -e 's|.*= delete;|/** Deleted: there are no copies. */ &|' -e 's|^ *friend .*||' "$1"
+    [[ $1 != */cpp/* ]] || scope=verrick::
+    sed -nE 's/^(typedef )?(class|struct) ([A-Z_]+ )*([A-Za-z]\w*)( :.*)? \{$/\2 \4/p' "$1" |
+        while read -r kind class; do
+            printf '/**\n * @%s %s\n * @ingroup %s\n */\n' \
+                "$kind" "$scope$class" "$(group "$class")"
+        done
+}
+
+case $1 in
+*/guide/*.md) page "guide_$(basename "$1" .md)" "$1" ;;
+*.md) page "$(basename "$1" .md)" "$1" ;;
+*.h) header "$1" ;;
+*) cat "$1" ;;
+esac
