@@ -9,7 +9,7 @@ const answerSearch = (() => {
         this.field("text");
         searchWords.forEach((entry) => {
             // A page of the guide says more about a word than the mention of it in one call.
-            this.add(entry, { boost: entry.type === "page" ? 2 : 1 });
+            this.add(entry, { boost: entry.type === "page" ? 5 : 1 });
         });
     });
     const entries = new Map(searchWords.map((entry) => [entry.url, entry]));
