@@ -16,12 +16,13 @@
 
 # A pattern that fits the names of all flat calls.
 flat_calls() {
-    sed -nE 's/^VERRICK_API[A-Z_]* [^(]*[ *]([A-Za-z_0-9]+)\(.*/\1/p' include/verrick/flat/*.h |
+    sed -nE 's/^VERRICK_API[A-Z_]* [^(]*[ *]([A-Za-z_0-9]+)\(.*/\1/p' \
+        include/verrick/*.h include/verrick/flat/*.h |
         sort -u | paste -sd'|'
 }
 
 page() {
-    sed -E -e "1s/\$/ {#$1}/" -e 's|\(../examples\)|(examples.html)|' -e 's/`(%?)%([a-z])/`\1%%\2/g' \
+    sed -E -e "1s/\$/ {#$1}/" -e 's|\(../examples\)|(examples.html)|' -e 's/`(%?)%([a-zA-Z])/`\1%%\2/g' \
         -e "/^#/!s/\`($(flat_calls))\`/<code>#\1<\/code>/g" "$2"
 }
 
