@@ -2,7 +2,7 @@
 # What doxygen reads in place of a file.
 #
 # Of a page:
-# - It has a name of its own. Otherwise its path would be its name.
+# - It has a name of its own, which links to it use. Otherwise its path would be its name.
 # - The name of a flat call links to the call, also in tables.
 # - The folder of examples is a page of the site.
 # - A percent sign in code stays one, because doxygen takes the first as its own.
@@ -21,9 +21,15 @@ flat_calls() {
         sort -u | paste -sd'|'
 }
 
+# page NAME PREFIX FILE: a page with that name. PREFIX is what the names of the pages beside it begin
+# with.
 page() {
-    sed -E -e "1s/\$/ {#$1}/" -e 's|\(../examples\)|(examples.html)|' -e 's/`(%?)%([a-zA-Z])/`\1%%\2/g' \
-        -e "/^#/!s/\`($(flat_calls))\`/<code>#\1<\/code>/g" "$2"
+    sed -E -e "1s/\$/ {#$1}/" \
+        -e 's|\(\.\./examples\)|(examples.html)|' \
+        -e 's|\]\(\.\./(\w+)\.md\)|](@ref \1)|g' -e 's|\]\(guide/(\w+)\.md\)|](@ref guide_\1)|g' \
+        -e "s|\]\((\w+)\.md\)|](@ref $2\1)|g" \
+        -e 's/`(%?)%([a-zA-Z])/`\1%%\2/g' \
+        -e "/^#/!s/\`($(flat_calls))\`/<code>#\1<\/code>/g" "$3"
 }
 
 # group CLASS: prints the group of a class.
@@ -52,8 +58,8 @@ header() {
 }
 
 case $1 in
-*/guide/*.md) page "guide_$(basename "$1" .md)" "$1" ;;
-*.md) page "$(basename "$1" .md)" "$1" ;;
+*/guide/*.md) page "guide_$(basename "$1" .md)" guide_ "$1" ;;
+*.md) page "$(basename "$1" .md)" "" "$1" ;;
 *.h) header "$1" ;;
 *) cat "$1" ;;
 esac
