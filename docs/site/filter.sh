@@ -47,8 +47,9 @@ group() {
 
 header() {
     local kind class scope=
-    sed -e "0,/^ \*\/\$/s|^ \*/\$| *\n * @code{.cpp}\n#include <verrick/${1##*include/verrick/}>\n * @endcode\n */|" \
-        -e 's|.*= delete;|/** Deleted: there are no copies. */ &|' -e 's|^ *friend .*||' "$1"
+    local include="@code{.cpp}\n#include <verrick/${1##*include/verrick/}>\n * @endcode"
+    sed -e "0,/^ \*\/\$/s|^ \*/\$| *\n * $include\n */|" -e 's|^ *friend .*||' \
+        -e 's|.*= delete;|/** Deleted: there are no copies. */ &|' "$1"
     [[ $1 != */cpp/* ]] || scope=verrick::
     sed -nE 's/^(typedef )?(class|struct) ([A-Z_]+ )*([A-Za-z]\w*)( :.*)? \{$/\2 \4/p' "$1" |
         while read -r kind class; do
