@@ -46,6 +46,21 @@ TEST_F(Conversion, ToWideComparesTheLimitWithBytesAndCutsCharacters) {
     EXPECT_EQ(Convert(AsciiToMBS, "a\xff"s, 9, 0), L"a~~~~~~~~"s);
 }
 
+TEST_F(Conversion, TakesNullAndHugeLimits) {
+    char narrow[4];
+    wchar_t wide[4] = L"~~~";
+    EXPECT_EQ(MBSToAscii(nullptr, L"a", 4), 0);
+    EXPECT_EQ(AsciiToMBS(wide, nullptr, 4), 0);
+    EXPECT_EQ(AsciiToMBS(wide, "a", 0), 0);
+    EXPECT_EQ(myfgets(nullptr, 4, stdin), nullptr);
+    EXPECT_EQ(myfgetws(wide, 4, nullptr), nullptr);
+    EXPECT_STREQ(wide, L"~~~");
+    EXPECT_EQ(MBSToAscii(narrow, L"a\u00e4", 0xFFFFFFFF), 1);
+    EXPECT_STREQ(narrow, "a\u00e4");
+    EXPECT_EQ(AsciiToMBS(wide, narrow, 0xFFFFFFFF), 1);
+    EXPECT_STREQ(wide, L"a\u00e4");
+}
+
 struct Line {
     unsigned int size;
     char const* narrow;

@@ -68,6 +68,15 @@ TEST_F(IniFileLocks, AChildNeitherOwnsNorReleasesTheLockOfItsParent) {
     EXPECT_FALSE(IniFileLock(Name().c_str(), IniFileLock::Exclusive, 0).Owns());
 }
 
+TEST_F(IniFileLocks, ANameThatCannotBeUsedIsNotLocked) {
+    EXPECT_FALSE(IniFileLock(nullptr, IniFileLock::Shared, 0).Owns());
+    EXPECT_EQ(errno, EINVAL);
+    EXPECT_FALSE(IniFileLock(L"\xd800", IniFileLock::Shared, 0).Owns());
+    EXPECT_EQ(errno, EINVAL);
+    EXPECT_FALSE(IniFileLock(std::wstring(4090, L'x').c_str(), IniFileLock::Shared, 0).Owns());
+    EXPECT_EQ(errno, ENAMETOOLONG);
+}
+
 constexpr int kProcesses = 4;
 constexpr int kThreads = 4;
 constexpr int kCounts = 25;

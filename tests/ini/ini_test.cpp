@@ -2,7 +2,9 @@
 #include "tests/ini/ini_files.h"
 
 #include <algorithm>
+#include <cstring>
 #include <random>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -85,6 +87,51 @@ TEST_F(Ini, LinesAreReadByTheFormat) {
     EXPECT_EQ(Value(L"x", L"k"), L"?");
 }
 
+// Programs that were built before call these too.
+TEST_F(Ini, InnerScansGoOnWhereTheStreamStands) {
+    Store(";1\n[a]\nk=1\n\n;2\nm = 2 ;x\n;3\n[b]\nn=3\n");
+    DIniImpl ini(Name().c_str());
+    EXPECT_TRUE(ini.GetSection());
+    EXPECT_STREQ(ini.m_line, L"a");
+    EXPECT_EQ(ini.m_lineStart, 3);
+    EXPECT_TRUE(ini.FindKey(L" M "));
+    EXPECT_STREQ(ini.m_value, L"2 ;x");
+    EXPECT_EQ(ini.m_lineStart, 12) << "the comment above the key";
+    EXPECT_FALSE(ini.GetKey());
+    EXPECT_EQ(ini.m_lineStart, 24) << "the comment above the header";
+    EXPECT_TRUE(ini.GetKey());
+    EXPECT_STREQ(ini.m_line, L"n");
+    EXPECT_FALSE(ini.FindSection(L"b")) << "is above";
+    EXPECT_EQ(ini.m_lineStart, 35);
+}
+
+TEST_F(Ini, InnerOperationsReturnFalseWithoutAFile) {
+    DIniImpl ini(nullptr);
+    EXPECT_FALSE(ini.GetKey());
+    EXPECT_FALSE(ini.FindSection(L"a"));
+    EXPECT_FALSE(ini.ReplaceKey(L"a", L"k", L"v"));
+    EXPECT_FALSE(ini.DeleteKey(L"a", L"k"));
+    EXPECT_FALSE(ini.ReplaceSection(L"a", L""));
+    EXPECT_FALSE(ini.DeleteSection(L"a"));
+    EXPECT_FALSE(ini.FileMove(1, 0));
+}
+
+TEST_F(Ini, AMovedTailLeavesItsOldBytesAndZerosInTheRoom) {
+    std::tuple<long, long, std::string> const cases[] = {
+        {16, 10, kWorked.substr(0, 10) + kWorked.substr(16)},
+        {10, 14, kWorked.substr(0, 14) + kWorked.substr(10)},
+        {16, 34, kWorked + std::string(8, '\0') + kWorked.substr(16)},
+        {99, 21, kWorked.substr(0, 21)},
+        {10, 10, kWorked}};
+    for (auto const& [source, target, after] : cases) {
+        Store(kWorked);
+        DIniImpl ini(Name().c_str());
+        std::strcpy(ini.m_mode, "rb+");
+        EXPECT_TRUE(ini.FileMove(source, target));
+        EXPECT_EQ(Stored(), after);
+    }
+}
+
 // What a call left in an array of that size, whose elements were '~'.
 template<typename Call>
 std::wstring Array(unsigned int size, unsigned int count, Call call) {
@@ -113,6 +160,39 @@ TEST_F(Ini, ListsAndValuesAreCutToTheArray) {
     EXPECT_EQ(Array(1, 0, value), L"\0"s);
 }
 
+TEST_F(Ini, ProfileCallsCheckTheirArgumentsBeforeTheyCreateTheFile) {
+    wchar_t out[4] = L"~~~";
+    EXPECT_EQ(GetPrivateProfileString(L"s", L"k", L"d", out, 1, Name().c_str()), 0u);
+    EXPECT_EQ(GetPrivateProfileSection(nullptr, out, 4, Name().c_str()), 0u);
+    EXPECT_EQ(GetPrivateProfileSectionNames(nullptr, 4, Name().c_str()), 0u);
+    EXPECT_EQ(WritePrivateProfileString(nullptr, L"k", L"v", Name().c_str()), 0);
+    EXPECT_STREQ(out, L"~~~");
+    EXPECT_FALSE(std::filesystem::exists(Path()));
+    EXPECT_EQ(WritePrivateProfileString(L"s", nullptr, L"v", Name().c_str()), 0);
+    EXPECT_EQ(WritePrivateProfileSection(nullptr, L"", Name().c_str()), 0);
+    EXPECT_EQ(Stored(), "");
+}
+
+TEST_F(Ini, ANullSectionListsTheSections) {
+    Store(kWorked);
+    EXPECT_EQ(Value(nullptr, nullptr), L"a\0b"s);
+    wchar_t out[4];
+    EXPECT_EQ(GetPrivateProfileSectionNames(out, 4, Name().c_str()), 2u) << "cut";
+}
+
+TEST_F(Ini, ABadNameReplacesTheNameBefore) {
+    Store(kWorked);
+    for (std::wstring const& bad : {std::wstring(4096, L'x'), L"\xd800"s}) {
+        DIni ini(Name().c_str());
+        EXPECT_EQ(ini.Open(bad.c_str()), 0);
+        EXPECT_EQ(ini.PutKeyValue(L"a", L"k", L"new"), 0);
+        wchar_t out[2];
+        EXPECT_EQ(ini.GetSectionNames(out, 2), 0u);
+        EXPECT_EQ(ini.GetKeyValue(L"a", L"k", L"d", out, 2), 0u);
+    }
+    EXPECT_EQ(Stored(), kWorked);
+}
+
 TEST_F(Ini, TextThatDoesNotConvertLeavesTheFileAlone) {
     Store(kWorked);
     DIni ini(Name().c_str());
@@ -121,6 +201,12 @@ TEST_F(Ini, TextThatDoesNotConvertLeavesTheFileAlone) {
     EXPECT_EQ(ini.PutKeyValue(L"\xd800", L"k", L"v"), 0);
     EXPECT_EQ(ini.PutSection(L"a", L"p\0\xd800\0"), 0);
     EXPECT_EQ(Stored(), kWorked);
+}
+
+TEST_F(Ini, ALineOfASectionIsCutAtAWholeCharacter) {
+    std::wstring const line = std::wstring(2046, L'x') + L"\u00e4\0"s;
+    EXPECT_EQ(WritePrivateProfileSection(L"a", line.c_str(), Name().c_str()), 1);
+    EXPECT_EQ(Stored(), "\r\n[a]\r\n" + std::string(2046, 'x') + "\r\n");
 }
 
 } // namespace
