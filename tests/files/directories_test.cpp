@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <clocale>
 #include <cstring>
 #include <cwchar>
 #include <dlfcn.h>
@@ -192,6 +191,13 @@ TEST_F(Directories, AreFoundAsDeepAsTheirNamesFit) {
     }
 }
 
+TEST_F(Directories, AreListedByWhatIsLeftOfAPathThatWasCut) {
+    std::string const directory = scratch.path + std::string(4093 - scratch.path.size(), '/');
+    EXPECT_FALSE(IsListed(directory + "/*.c")) << "nothing fits *.";
+    EXPECT_TRUE(IsListed(directory + "//*.c")) << "everything fits *";
+    EXPECT_FALSE(IsListed(directory + "///*.c")) << "nothing fits the empty pattern";
+}
+
 TEST_F(Directories, GiveNamesWholeOrNotAtAll) {
     for (std::size_t bytes : {256, 1024, 4095, 4096, 5000}) {
         g_nextName.assign(bytes, 'n');
@@ -285,7 +291,7 @@ TEST_F(Directories, SpeakTheLanguageOfTheLocale) {
     EXPECT_STREQ(GetFullFilename(L"tmp", buffer, 4096), L"") << "not the name of another file";
     EXPECT_STREQ(GetFullFilename(L" \t\\a\\../ ", buffer, 8), L"/a/../ ");
 
-    ASSERT_NE(std::setlocale(LC_ALL, "C.UTF-8"), nullptr);
+    Utf8Locale const utf8;
     EXPECT_EQ(Find("../" + kForeign + "/?*"), (Found{{L".", kWideForeign}, {L".", kWideForeign}}));
     WriteFile("ab\xFFz", "text");
     std::wmemset(info.name, L'?', 4096);

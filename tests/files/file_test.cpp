@@ -117,4 +117,14 @@ TEST_F(File, CountsBufferedBytesAndFlushesThem) {
     EXPECT_EQ(fs::file_size("file"), 5u);
 }
 
+TEST_F(File, HasNoSizeOrPositionWhereAnIntHasNone) {
+    WriteFile("large", "");
+    fs::resize_file("large", 3LL << 30);
+    ASSERT_EQ(file.Open("large", FILE_MODE_READ), FILE_STATUS_OK);
+    EXPECT_EQ(file.Size(), 0);
+    EXPECT_EQ(file.Seek(0, IFile::ORIGIN_END), FILE_STATUS_OK);
+    EXPECT_EQ(file.Position(), 0);
+    EXPECT_EQ(file.Seek(-1, IFile::ORIGIN_BEGIN), FILE_STATUS_FAILED);
+}
+
 } // namespace
