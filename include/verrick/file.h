@@ -9,8 +9,8 @@
  *
  * The stream of an open file has two marks, which the results depend on:
  * - The mark of an error. A failed Read, Write or Flush sets it. Size and Close clear it. Until
- * then each Read and Write returns FILE_STATUS_FAILED, with the true count. Seek, Position and a
- * Flush that works leave the mark.
+ * then each Write returns FILE_STATUS_FAILED, with the true count. So does each Read, except at the
+ * end of the file. Seek, Position and a Flush that works leave the mark.
  * - The mark of the end of the file. A Read that meets the end sets it. Seek, Size and Close clear
  * it. Until then a Read gets nothing, even if the file has grown.
  *

@@ -4,8 +4,6 @@
 #include <verrick/paths.h>
 #include <verrick/search.h>
 
-#include <gtest/gtest.h>
-
 #include <cerrno>
 #include <cstring>
 #include <cwchar>

@@ -1,8 +1,6 @@
 #include "tests/files/scratch.h"
 #include <verrick/file.h>
 
-#include <gtest/gtest.h>
-
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>

@@ -2,8 +2,6 @@
 #include "tests/support/asleep.h"
 #include <verrick/libraries.h>
 
-#include <gtest/gtest.h>
-
 #include <atomic>
 #include <dlfcn.h>
 #include <thread>

@@ -2,8 +2,6 @@
 #include <verrick/listing.h>
 #include <verrick/search.h>
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cstdio>
 #include <tuple>
