@@ -5,6 +5,7 @@
 #include <clocale>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -61,31 +62,27 @@ TEST_F(Conversion, TakesNullAndHugeLimits) {
     EXPECT_STREQ(wide, L"a\u00e4");
 }
 
-struct Line {
-    unsigned int size;
-    char const* narrow;
-    wchar_t const* wide;
-};
-
 TEST_F(Conversion, LinesLoseTheirEndAndWhatIsBeyondTheSize) {
     auto const text = "\nabc\nabcd\r\n\u00e4\u00e4\nx\xffy\nz\0z\na\rb\r\r\nlast\r"s;
     std::unique_ptr<FILE, int (*)(FILE*)> const stream(std::tmpfile(), std::fclose);
     std::fwrite(text.data(), 1, text.size(), stream.get());
     std::rewind(stream.get());
     wchar_t wide[10] = L"~~~~~~~~~";
-    for (Line const& line : {Line{4, "", L""},
-                             {4, "abc", L"abc"},
-                             {4, "abc", L"abc"},
-                             {4, "\u00e4\xc3", L"\u00e4"},
-                             {4, "x\xffy", L"x"},
-                             {1, "", L""},
-                             {9, "a\rb\r", L"a\rb\r"},
-                             {9, "last\r", L"last\r"}}) {
+    std::tuple<unsigned int, char const*, wchar_t const*> const lines[] = {
+        {4, "", L""},
+        {4, "abc", L"abc"},
+        {4, "abc", L"abc"},
+        {4, "\u00e4\xc3", L"\u00e4"},
+        {4, "x\xffy", L"x"},
+        {1, "", L""},
+        {9, "a\rb\r", L"a\rb\r"},
+        {9, "last\r", L"last\r"}};
+    for (auto const& [size, narrowLine, wideLine] : lines) {
         char narrow[10] = "~~~~~~~~~";
         long const start = std::ftell(stream.get());
-        EXPECT_STREQ(myfgets(narrow, line.size, stream.get()), line.narrow);
+        EXPECT_STREQ(myfgets(narrow, size, stream.get()), narrowLine);
         std::fseek(stream.get(), start, SEEK_SET);
-        EXPECT_STREQ(myfgetws(wide, line.size, stream.get()), line.wide);
+        EXPECT_STREQ(myfgetws(wide, size, stream.get()), wideLine);
     }
     EXPECT_EQ(myfgetws(wide, 10, stream.get()), nullptr);
 }

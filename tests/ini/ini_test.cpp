@@ -14,14 +14,8 @@ class Ini : public IniFiles {};
 
 std::string const kWorked = "[a]\r\nk=1\r\nm=22\r\n[b]\r\nx=3\r\n";
 
-struct EditedText {
-    std::string before;
-    Edit edit;
-    std::string after;
-};
-
 TEST_F(Ini, EditsLeaveExactlyTheseBytes) {
-    EditedText const cases[] = {
+    std::tuple<std::string, Edit, std::string> const cases[] = {
         {kWorked, {L"a", L"k", L"2"}, "[a]\r\nk=2\r\nm=22\r\n[b]\r\nx=3\r\n"},
         {kWorked, {L"a", L"m", nullptr}, "[a]\r\nk=1\r\n[b]\r\nx=3\r\n"},
         {kWorked, {L"a", nullptr, L"p=1\0"}, "[a]\r\np=1\r\n[b]\r\nx=3\r\n"},
@@ -170,7 +164,7 @@ TEST_F(Ini, ProfileCallsCheckTheirArgumentsBeforeTheyCreateTheFile) {
     EXPECT_EQ(WritePrivateProfileString(nullptr, L"k", L"v", Name().c_str()), 0);
     EXPECT_STREQ(out, L"~~~");
     EXPECT_FALSE(std::filesystem::exists(Path()));
-    EXPECT_EQ(WritePrivateProfileString(L"s", nullptr, L"v", Name().c_str()), 0);
+    EXPECT_EQ(WritePrivateProfileString(L"s", nullptr, nullptr, Name().c_str()), 0);
     EXPECT_EQ(WritePrivateProfileSection(nullptr, L"", Name().c_str()), 0);
     EXPECT_EQ(Stored(), "");
 }
@@ -178,8 +172,9 @@ TEST_F(Ini, ProfileCallsCheckTheirArgumentsBeforeTheyCreateTheFile) {
 TEST_F(Ini, ABadNameReplacesTheNameBefore) {
     Store(kWorked);
     for (std::wstring const& bad : {std::wstring(4096, L'x'), L"\xd800"s}) {
-        DIni ini(Name().c_str());
+        DIniImpl ini(Name().c_str());
         EXPECT_EQ(ini.Open(bad.c_str()), 0);
+        EXPECT_EQ(ini.m_fileName[4095], L'\0');
         EXPECT_EQ(ini.PutKeyValue(L"a", L"k", L"new"), 0);
         wchar_t out[2];
         EXPECT_EQ(ini.GetSectionNames(out, 2), 0u);
