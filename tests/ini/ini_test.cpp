@@ -116,7 +116,7 @@ TEST_F(Ini, AMovedTailLeavesItsOldBytesAndZerosInTheRoom) {
         {10, 14, kWorked.substr(0, 14) + kWorked.substr(10)},
         {16, 34, kWorked + std::string(8, '\0') + kWorked.substr(16)},
         {99, 21, kWorked.substr(0, 21)},
-        {10, 10, kWorked}};
+        {99, 120, kWorked}};
     for (auto const& [source, target, after] : cases) {
         Store(kWorked);
         DIniImpl ini(Name().c_str());
