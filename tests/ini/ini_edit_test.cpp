@@ -79,6 +79,7 @@ constexpr Edit kEdits[] = {
     {L"new", L"k", L"value"},
     {L"s0", L"k1", nullptr},
     {L"s0", nullptr, nullptr},
+    {L"s7", nullptr, nullptr}, // the last one of the smallest file
     {L"s1", nullptr, L"first=1\0second=2\0"},
 };
 
