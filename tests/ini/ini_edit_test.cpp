@@ -175,6 +175,26 @@ TEST_F(IniEdits, AFailedCallFailsTheEditAndLeavesTheFileAsItWas) {
     });
 }
 
+// It is more than what an edit keeps to undo itself.
+TEST_F(IniEdits, AFailedRemovalOfManyLinesKeepsTheOthers) {
+    std::string lines;
+    while (lines.size() < 150000) {
+        lines += "a line of a long section\n";
+    }
+    bool happened = true;
+    for (int call = 0; happened; ++call) {
+        Store("[a]\nk=1\n[long]\n" + lines + "[z]\nk=2\n" + TextOfSize(100000));
+        DIni ini(Name().c_str());
+        Disturb(Disturbance::kFailure, call);
+        int const result = ini.PutSection(L"long", nullptr);
+        happened = g_disturbed.happened;
+        Disturb(Disturbance::kNone, 0);
+        EXPECT_EQ(result, happened ? 0 : 1) << "call " << call;
+        EXPECT_EQ(Value(L"a", L"k"), L"1") << "call " << call;
+        EXPECT_EQ(Value(L"z", L"k"), L"2") << "call " << call;
+    }
+}
+
 TEST_F(IniEdits, AnInterruptedOrShortTransferGoesOn) {
     ForEachEdit([&](Edit const& edit, std::string const& before, std::string const& after) {
         DisturbEachCall(Disturbance::kInterruption, edit, before, 1, after);
