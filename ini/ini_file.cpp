@@ -336,6 +336,9 @@ bool IniFile::MoveTail(long source, long target) {
     if (source >= target) {
         return Replace(target, source, nullptr, 0);
     }
+    if (source == status.st_size) {
+        return true;
+    }
     long const bytes = target - source;
     auto const room = Allocate(bytes);
     Fill(room.get(), '\0', bytes);

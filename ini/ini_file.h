@@ -44,7 +44,8 @@ public:
     bool Replace(long start, long end, char const* text, std::size_t textBytes);
 
     // Moves the bytes from source to the end of the file to target. If they move up, the room keeps
-    // its old bytes, and zeros where it had none. Returns and throws as Replace.
+    // its old bytes, and zeros where it had none. If there are no bytes to move up, the file
+    // doesn't grow. Returns and throws as Replace.
     bool MoveTail(long source, long target);
 
 private:

@@ -8,12 +8,11 @@
  * after a call.
  *
  * The stream of an open file has two marks, which the results depend on:
- *
- * | mark | set by | cleared by | meanwhile |
- * |---|---|---|---|
- * | error | a failed Read, Write or Flush | Size, Close | each Read and Write returns
- * FILE_STATUS_FAILED, with the true count | | end of the file | a Read that meets the end | Seek,
- * Size, Close | a Read gets nothing, even if the file has grown |
+ * - The mark of an error. A failed Read, Write or Flush sets it. Size and Close clear it. Until
+ * then each Write returns FILE_STATUS_FAILED, with the true count. So does each Read, except at the
+ * end of the file. Seek, Position and a Flush that works leave the mark.
+ * - The mark of the end of the file. A Read that meets the end sets it. Seek, Size and Close clear
+ * it. Until then a Read gets nothing, even if the file has grown.
  *
  * Write only fills a buffer. The bytes may get lost later, when the buffer goes to the system. To
  * learn of that, call Flush and then Write with a count of 0. It returns FILE_STATUS_FAILED if a

@@ -4,10 +4,7 @@
 #include <verrick/paths.h>
 #include <verrick/search.h>
 
-#include <gtest/gtest.h>
-
 #include <cerrno>
-#include <clocale>
 #include <cstring>
 #include <cwchar>
 #include <dlfcn.h>
@@ -192,6 +189,13 @@ TEST_F(Directories, AreFoundAsDeepAsTheirNamesFit) {
     }
 }
 
+TEST_F(Directories, AreListedByWhatIsLeftOfAPathThatWasCut) {
+    std::string const directory = scratch.path + std::string(4093 - scratch.path.size(), '/');
+    EXPECT_FALSE(IsListed(directory + "/*.c")) << "nothing fits *.";
+    EXPECT_TRUE(IsListed(directory + "//*.c")) << "everything fits *";
+    EXPECT_FALSE(IsListed(directory + "///*.c")) << "nothing fits the empty pattern";
+}
+
 TEST_F(Directories, GiveNamesWholeOrNotAtAll) {
     for (std::size_t bytes : {256, 1024, 4095, 4096, 5000}) {
         g_nextName.assign(bytes, 'n');
@@ -236,11 +240,11 @@ TEST_F(Directories, AreNotBelowTheRootIfTheCurrentOneWasRemoved) {
 
 TEST_F(Directories, AreNotFoundWhenMemoryIsShort) {
     WriteFile("file", "text");
+    EXPECT_TRUE(IsListed("file"));
     for (int granted = 0; granted < 3; ++granted) {
         MemoryShortage const shortage(granted);
         EXPECT_FALSE(list.FindFirst(L"file", &info)) << granted;
     }
-    EXPECT_TRUE(IsListed("file"));
     MemoryShortage const shortage;
     EXPECT_EQ(_findfirst("file", &data), -1);
     EXPECT_EQ(errno, ENOMEM);
@@ -285,8 +289,10 @@ TEST_F(Directories, SpeakTheLanguageOfTheLocale) {
     EXPECT_STREQ(GetFullFilename(L"tmp", buffer, 4096), L"") << "not the name of another file";
     EXPECT_STREQ(GetFullFilename(L" \t\\a\\../ ", buffer, 8), L"/a/../ ");
 
-    ASSERT_NE(std::setlocale(LC_ALL, "C.UTF-8"), nullptr);
+    Utf8Locale const utf8;
     EXPECT_EQ(Find("../" + kForeign + "/?*"), (Found{{L".", kWideForeign}, {L".", kWideForeign}}));
+    std::string const slashes = scratch.path + std::string(4093 - scratch.path.size(), '/');
+    EXPECT_TRUE(IsListed(slashes + "/*\u00E9")) << "cut in bytes to *";
     WriteFile("ab\xFFz", "text");
     std::wmemset(info.name, L'?', 4096);
     EXPECT_TRUE(IsListed("ab*"));

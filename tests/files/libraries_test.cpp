@@ -1,11 +1,9 @@
+#include "tests/files/scratch.h"
 #include "tests/support/asleep.h"
 #include <verrick/libraries.h>
 
-#include <gtest/gtest.h>
-
 #include <atomic>
 #include <dlfcn.h>
-#include <string>
 #include <thread>
 
 // What the plug-in calls while the loader loads it and unloads it.
@@ -74,6 +72,20 @@ TEST(Libraries, StayLoadedWhenTheLoaderRefusesToUnload) {
     std::string const reason = dlerror();
     EXPECT_EQ(Printed([&] { EXPECT_TRUE(library.Load(nullptr)); }),
               "Library failed to unload due to error ( " + reason + ")\n");
+}
+
+TEST(Libraries, WorkThroughTheFlatCallsInAnyLanguage) {
+    Scratch const scratch;
+    Utf8Locale const utf8;
+    std::filesystem::copy_file(kPlugin, "\u20AC.so");
+    void* const module = LoadLibrary(L"./\u20AC.so");
+    void* const size = GetProcAddress(module, "gr\u00F6\u00DFe");
+    ASSERT_NE(size, nullptr);
+    EXPECT_EQ(*static_cast<int*>(size), 7);
+    EXPECT_EQ(GetProcAddress(module, nullptr), nullptr);
+    EXPECT_EQ(GetProcAddress(nullptr, "pluginAnswer"), nullptr);
+    EXPECT_EQ(FreeLibrary(module), 1);
+    EXPECT_EQ(FreeLibrary(nullptr), 0);
 }
 
 DDynamicLibrary* g_program = nullptr;

@@ -1,11 +1,10 @@
+#include "tests/files/scratch.h"
 #include <verrick/listing.h>
 #include <verrick/search.h>
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cstdio>
-#include <fstream>
+#include <tuple>
 
 namespace {
 
@@ -30,6 +29,28 @@ TEST(Matcher, WorksAsTheTablesOfExamplesSay) {
             }
         }
         EXPECT_EQ(rows, 18) << file;
+    }
+}
+
+TEST(Matcher, TriesNoSecondPlaceAndTakesEmptyTexts) {
+    std::tuple<char const*, char const*, int> const cases[] = {
+        {"*", "..", 1},     {"*.*", ".profile", 0}, {"a.*", "a.", 1},  {"*ab", "aab", 1},
+        {"*ab", "acab", 0}, {"**", "ab", 0},        {"", "", 1},       {"", "a", 0},
+        {"*", "", 1},       {"a?c*", "AbCd", 1},    {"x*y", "xyy", 1}, {"ab", "abc", 0},
+        {"*a*b", "xaxb", 1}};
+    for (auto const& [pattern, name, fits] : cases) {
+        ExpectBoth(pattern, name, fits);
+    }
+    EXPECT_EQ(WildCardMatch("a", nullptr), 0);
+    EXPECT_EQ(WildCardMatch("", nullptr), 1);
+}
+
+// The two bytes are one letter in two cases to towupper, and two things to toupper.
+TEST(Matcher, FoldsForeignBytesInTheWayOfEachFace) {
+    Utf8Locale const utf8;
+    for (char const* pattern : {"x\xE9z", "*\xE9z", "x*\xE9z"}) {
+        EXPECT_EQ(WildCardMatch(pattern, "x\xC9z"), 0) << pattern;
+        EXPECT_EQ(DDirListImpl::WildCardMatch(pattern, "x\xC9z"), 1) << pattern;
     }
 }
 

@@ -1,7 +1,9 @@
-// A directory of a test's own. It is the current directory while the object lives, and is removed
-// at the end.
+// What a test has for itself while the object lives: an empty current directory, or a locale.
 #pragma once
 
+#include <gtest/gtest.h>
+
+#include <clocale>
 #include <filesystem>
 #include <fstream>
 #include <stdlib.h>
@@ -14,6 +16,11 @@ struct Scratch {
 
     std::string path =
         std::filesystem::canonical(std::filesystem::temp_directory_path()) / "XXXXXX";
+};
+
+struct Utf8Locale {
+    Utf8Locale() { EXPECT_NE(std::setlocale(LC_ALL, "C.UTF-8"), nullptr); }
+    ~Utf8Locale() { std::setlocale(LC_ALL, "C"); }
 };
 
 inline void WriteFile(std::string const& name, std::string const& text) {

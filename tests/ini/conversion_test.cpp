@@ -5,6 +5,7 @@
 #include <clocale>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -46,11 +47,20 @@ TEST_F(Conversion, ToWideComparesTheLimitWithBytesAndCutsCharacters) {
     EXPECT_EQ(Convert(AsciiToMBS, "a\xff"s, 9, 0), L"a~~~~~~~~"s);
 }
 
-struct Line {
-    unsigned int size;
-    char const* narrow;
-    wchar_t const* wide;
-};
+TEST_F(Conversion, TakesNullAndHugeLimits) {
+    char narrow[4];
+    wchar_t wide[4] = L"~~~";
+    EXPECT_EQ(MBSToAscii(nullptr, L"a", 4), 0);
+    EXPECT_EQ(AsciiToMBS(wide, nullptr, 4), 0);
+    EXPECT_EQ(AsciiToMBS(wide, "a", 0), 0);
+    EXPECT_EQ(myfgets(nullptr, 4, stdin), nullptr);
+    EXPECT_EQ(myfgetws(wide, 4, nullptr), nullptr);
+    EXPECT_STREQ(wide, L"~~~");
+    EXPECT_EQ(MBSToAscii(narrow, L"a\u00e4", 0xFFFFFFFF), 1);
+    EXPECT_STREQ(narrow, "a\u00e4");
+    EXPECT_EQ(AsciiToMBS(wide, narrow, 0xFFFFFFFF), 1);
+    EXPECT_STREQ(wide, L"a\u00e4");
+}
 
 TEST_F(Conversion, LinesLoseTheirEndAndWhatIsBeyondTheSize) {
     auto const text = "\nabc\nabcd\r\n\u00e4\u00e4\nx\xffy\nz\0z\na\rb\r\r\nlast\r"s;
@@ -58,19 +68,21 @@ TEST_F(Conversion, LinesLoseTheirEndAndWhatIsBeyondTheSize) {
     std::fwrite(text.data(), 1, text.size(), stream.get());
     std::rewind(stream.get());
     wchar_t wide[10] = L"~~~~~~~~~";
-    for (Line const& line : {Line{4, "", L""},
-                             {4, "abc", L"abc"},
-                             {4, "abc", L"abc"},
-                             {4, "\u00e4\xc3", L"\u00e4"},
-                             {4, "x\xffy", L"x"},
-                             {1, "", L""},
-                             {9, "a\rb\r", L"a\rb\r"},
-                             {9, "last\r", L"last\r"}}) {
+    std::tuple<unsigned int, char const*, wchar_t const*> const lines[] = {
+        {4, "", L""},
+        {4, "abc", L"abc"},
+        {4, "abc", L"abc"},
+        {4, "\u00e4\xc3", L"\u00e4"},
+        {4, "x\xffy", L"x"},
+        {1, "", L""},
+        {9, "a\rb\r", L"a\rb\r"},
+        {9, "last\r", L"last\r"}};
+    for (auto const& [size, narrowLine, wideLine] : lines) {
         char narrow[10] = "~~~~~~~~~";
         long const start = std::ftell(stream.get());
-        EXPECT_STREQ(myfgets(narrow, line.size, stream.get()), line.narrow);
+        EXPECT_STREQ(myfgets(narrow, size, stream.get()), narrowLine);
         std::fseek(stream.get(), start, SEEK_SET);
-        EXPECT_STREQ(myfgetws(wide, line.size, stream.get()), line.wide);
+        EXPECT_STREQ(myfgetws(wide, size, stream.get()), wideLine);
     }
     EXPECT_EQ(myfgetws(wide, 10, stream.get()), nullptr);
 }

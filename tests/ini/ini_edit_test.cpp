@@ -1,11 +1,13 @@
 // What is left of a file when an edit is killed, fails, or is disturbed.
 #include "tests/ini/ini_files.h"
+#include "tests/support/memory.h"
 
 #include <cerrno>
 #include <csignal>
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <functional>
+#include <new>
 #include <sstream>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -72,11 +74,12 @@ using namespace std::string_literals;
 constexpr Edit kEdits[] = {
     {L"s0", L"k1", L"a value that is longer than the one before"},
     {L"s0", L"k1", L"short"},
-    {L"s0", L"k1", L"as long as old one"},
+    {L"s0", L"k1", L"nineteen bytes, too"},
     {L"s0", L"new", L"value"},
     {L"new", L"k", L"value"},
     {L"s0", L"k1", nullptr},
     {L"s0", nullptr, nullptr},
+    {L"s7", nullptr, nullptr}, // the last one of the smallest file
     {L"s1", nullptr, L"first=1\0second=2\0"},
 };
 
@@ -86,7 +89,7 @@ std::string TextOfSize(std::size_t bytes) {
     for (int section = 0; text.size() < bytes; ++section) {
         text += "[s" + std::to_string(section) + "]\r\n";
         for (char const* const key : {"k0", "k1", "k2"}) {
-            text += std::string(key) + "=eighteen bytes long\r\n";
+            text += std::string(key) + "=nineteen bytes long\r\n";
         }
     }
     return text;
@@ -172,6 +175,26 @@ TEST_F(IniEdits, AFailedCallFailsTheEditAndLeavesTheFileAsItWas) {
     });
 }
 
+// It is more than what an edit keeps to undo itself.
+TEST_F(IniEdits, AFailedRemovalOfManyLinesKeepsTheOthers) {
+    std::string lines;
+    while (lines.size() < 150000) {
+        lines += "a line of a long section\n";
+    }
+    bool happened = true;
+    for (int call = 0; happened; ++call) {
+        Store("[a]\nk=1\n[long]\n" + lines + "[z]\nk=2\n" + TextOfSize(100000));
+        DIni ini(Name().c_str());
+        Disturb(Disturbance::kFailure, call);
+        int const result = ini.PutSection(L"long", nullptr);
+        happened = g_disturbed.happened;
+        Disturb(Disturbance::kNone, 0);
+        EXPECT_EQ(result, happened ? 0 : 1) << "call " << call;
+        EXPECT_EQ(Value(L"a", L"k"), L"1") << "call " << call;
+        EXPECT_EQ(Value(L"z", L"k"), L"2") << "call " << call;
+    }
+}
+
 TEST_F(IniEdits, AnInterruptedOrShortTransferGoesOn) {
     ForEachEdit([&](Edit const& edit, std::string const& before, std::string const& after) {
         DisturbEachCall(Disturbance::kInterruption, edit, before, 1, after);
@@ -186,17 +209,42 @@ TEST_F(IniEdits, AnInterruptedLookUpGoesOn) {
     EXPECT_TRUE(g_disturbed.happened);
 }
 
-// An application's class that does something ahead of each opening.
+TEST_F(IniEdits, ShortMemoryLeavesTheFileAsItWas) {
+    std::string const before = TextOfSize(270000);
+    Store(before);
+    DIni ini(Name().c_str());
+    int result = 0;
+    for (int granted = 0; result == 0; ++granted) {
+        ASSERT_TRUE(Stored() == before) << granted << " allocations";
+        MemoryShortage const shortage(granted);
+        try {
+            result = kEdits[0].Apply(ini);
+        } catch (std::bad_alloc const&) {
+        }
+    }
+}
+
+// An application's class that does something ahead of each opening, and may refuse it.
 struct OpeningIni : DIniImpl {
     using DIniImpl::DIniImpl;
     int Open(wchar_t const* fileName) override {
         Close();
-        beforeOpening(++openings);
-        return DIniImpl::Open(fileName);
+        return mayOpen(++openings) ? DIniImpl::Open(fileName) : 0;
     }
     int openings = 0;
-    std::function<void(int)> beforeOpening;
+    std::function<bool(int)> mayOpen;
 };
+
+TEST_F(IniEdits, ARefusedOpeningChangesNothing) {
+    for (int refused = 1; refused <= 3; ++refused) {
+        Store(TextOfSize(600));
+        OpeningIni ini(Name().c_str());
+        ini.mayOpen = [&](int opening) { return opening != refused; };
+        EXPECT_EQ(kEdits[0].Apply(ini), 0);
+        EXPECT_EQ(ini.openings, refused);
+        EXPECT_EQ(Stored(), TextOfSize(600));
+    }
+}
 
 TEST_F(IniEdits, AFileThatIsRenamedIntoPlaceDuringAnEditStaysWhole) {
     std::string const replacement = "[another]\nfile=of its own\n[with]\nother=offsets\n";
@@ -213,7 +261,12 @@ TEST_F(IniEdits, AFileThatIsRenamedIntoPlaceDuringAnEditStaysWhole) {
     }
     Store(TextOfSize(600));
     OpeningIni ini(Name().c_str());
-    ini.beforeOpening = [&](int opening) { opening == 2 ? replace() : void(); };
+    ini.mayOpen = [&](int opening) {
+        if (opening == 2) {
+            replace();
+        }
+        return true;
+    };
     EXPECT_EQ(kEdits[0].Apply(ini), 1);
     EXPECT_EQ(ini.openings, 3);
     EXPECT_EQ(Stored(), replacement);

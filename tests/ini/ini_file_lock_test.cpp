@@ -2,12 +2,11 @@
 
 #include <verrick/ini_file_lock.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <chrono>
-#include <future>
 #include <memory>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -68,21 +67,29 @@ TEST_F(IniFileLocks, AChildNeitherOwnsNorReleasesTheLockOfItsParent) {
     EXPECT_FALSE(IniFileLock(Name().c_str(), IniFileLock::Exclusive, 0).Owns());
 }
 
+TEST_F(IniFileLocks, ANameThatCannotBeUsedIsNotLocked) {
+    EXPECT_FALSE(IniFileLock(nullptr, IniFileLock::Shared, 0).Owns());
+    EXPECT_EQ(errno, EINVAL);
+    EXPECT_FALSE(IniFileLock(L"\xd800", IniFileLock::Shared, 0).Owns());
+    EXPECT_EQ(errno, EINVAL);
+    EXPECT_FALSE(IniFileLock(std::wstring(4090, L'x').c_str(), IniFileLock::Shared, 0).Owns());
+    EXPECT_EQ(errno, ENAMETOOLONG);
+}
+
 constexpr int kProcesses = 4;
 constexpr int kThreads = 4;
 constexpr int kCounts = 25;
 
-// Counts up in two keys, whose texts change their length. Returns whether they never differed.
-bool CountUp(wchar_t const* file) {
+// Counts up in two keys, whose texts change their length and never differ.
+void CountUp(wchar_t const* file) {
     wchar_t first[64];
     wchar_t second[64];
-    bool areEqual = true;
     for (int count = 0; count < kCounts; ++count) {
         {
             IniFileLock const reading(file, IniFileLock::Shared, kForEver);
             GetPrivateProfileString(L"a", L"first", L"", first, 64, file);
             GetPrivateProfileString(L"b", L"second", L"", second, 64, file);
-            areEqual = areEqual && std::wcscmp(first, second) == 0;
+            EXPECT_STREQ(first, second);
         }
         IniFileLock const writing(file, IniFileLock::Exclusive, kForEver);
         GetPrivateProfileString(L"a", L"first", L"", first, 64, file);
@@ -91,29 +98,24 @@ bool CountUp(wchar_t const* file) {
         WritePrivateProfileString(L"a", L"first", value.c_str(), file);
         WritePrivateProfileString(L"b", L"second", value.c_str(), file);
     }
-    return areEqual;
-}
-
-bool CountUpInThreads(wchar_t const* file) {
-    std::vector<std::future<bool>> counts;
-    for (int thread = 0; thread < kThreads; ++thread) {
-        counts.push_back(std::async(std::launch::async, CountUp, file));
-    }
-    return std::all_of(counts.begin(), counts.end(), [](auto& count) { return count.get(); });
 }
 
 TEST_F(IniFileLocks, EditsOfProcessesAndThreadsAreAllKeptAndNeverSeenHalfDone) {
     Store("[a]\nfirst=0\nx=1\n[b]\nsecond=0\n");
     std::wstring const name = Name();
-    std::vector<pid_t> children;
     for (int process = 0; process < kProcesses; ++process) {
-        children.push_back(fork());
-        if (children.back() == 0) {
-            _exit(CountUpInThreads(name.c_str()) ? 0 : 1);
+        if (fork() == 0) {
+            {
+                std::vector<std::jthread> threads;
+                for (int thread = 0; thread < kThreads; ++thread) {
+                    threads.emplace_back(CountUp, name.c_str());
+                }
+            }
+            _exit(HasFailure() ? 1 : 0);
         }
     }
-    for (pid_t const child : children) {
-        EXPECT_EQ(ExitStatus(child), 0);
+    for (int process = 0; process < kProcesses; ++process) {
+        EXPECT_EQ(ExitStatus(-1), 0);
     }
     EXPECT_EQ(std::stol(Value(L"a", L"first")), kProcesses * kThreads * kCounts);
     EXPECT_EQ(Value(L"a", L"x"), L"1");

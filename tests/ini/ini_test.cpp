@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <random>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -13,14 +14,8 @@ class Ini : public IniFiles {};
 
 std::string const kWorked = "[a]\r\nk=1\r\nm=22\r\n[b]\r\nx=3\r\n";
 
-struct EditedText {
-    std::string before;
-    Edit edit;
-    std::string after;
-};
-
 TEST_F(Ini, EditsLeaveExactlyTheseBytes) {
-    EditedText const cases[] = {
+    std::tuple<std::string, Edit, std::string> const cases[] = {
         {kWorked, {L"a", L"k", L"2"}, "[a]\r\nk=2\r\nm=22\r\n[b]\r\nx=3\r\n"},
         {kWorked, {L"a", L"m", nullptr}, "[a]\r\nk=1\r\n[b]\r\nx=3\r\n"},
         {kWorked, {L"a", nullptr, L"p=1\0"}, "[a]\r\np=1\r\n[b]\r\nx=3\r\n"},
@@ -79,10 +74,56 @@ TEST_F(Ini, LinesAreReadByTheFormat) {
     };
     EXPECT_EQ(list(L" ALPHA "), L"#k=3\0[k=4\0K=5=6 ;7\0k=8\0e=\0=n\0u=\u00fc\0f=ab\0z=1"s);
     EXPECT_EQ(list(L""), L"k=10\0l="s + std::wstring(2045, 'v') + L"\0last=1"s);
+    EXPECT_EQ(Value(nullptr, L"k"), L"Alpha\0\u00c4\0ALPHA\0"s) << "all sections";
     EXPECT_EQ(Value(L"alpha", L" k "), L"5=6 ;7");
     EXPECT_EQ(Value(L"alpha", L""), L"n");
     EXPECT_EQ(Value(L"\u00e4", L"k"), L"9");
     EXPECT_EQ(Value(L"x", L"k"), L"?");
+}
+
+// Programs that were built before call these too.
+TEST_F(Ini, InnerScansGoOnWhereTheStreamStands) {
+    Store(";1\n[a]\nk=1\n\n;2\nm = 2 ;x\n;3\n[b]\nn=3\n");
+    DIniImpl ini(Name().c_str());
+    EXPECT_TRUE(ini.GetSection());
+    EXPECT_STREQ(ini.m_line, L"a");
+    EXPECT_EQ(ini.m_lineStart, 3);
+    EXPECT_TRUE(ini.FindKey(L" M "));
+    EXPECT_STREQ(ini.m_value, L"2 ;x");
+    EXPECT_EQ(ini.m_lineStart, 12) << "the comment above the key";
+    EXPECT_FALSE(ini.GetKey());
+    EXPECT_EQ(ini.m_lineStart, 24) << "the comment above the header";
+    EXPECT_TRUE(ini.GetKey());
+    EXPECT_STREQ(ini.m_line, L"n");
+    EXPECT_FALSE(ini.FindSection(L"b")) << "is above";
+    EXPECT_EQ(ini.m_lineStart, 35);
+}
+
+TEST_F(Ini, InnerOperationsReturnFalseWithoutAFile) {
+    DIniImpl ini(nullptr);
+    EXPECT_FALSE(ini.GetKey());
+    EXPECT_FALSE(ini.FindSection(L"a"));
+    EXPECT_FALSE(ini.ReplaceKey(L"a", L"k", L"v"));
+    EXPECT_FALSE(ini.DeleteKey(L"a", L"k"));
+    EXPECT_FALSE(ini.ReplaceSection(L"a", L""));
+    EXPECT_FALSE(ini.DeleteSection(L"a"));
+    EXPECT_FALSE(ini.FileMove(1, 0));
+}
+
+TEST_F(Ini, AMovedTailLeavesItsOldBytesAndZerosInTheRoom) {
+    std::tuple<long, long, std::string> const cases[] = {
+        {16, 10, kWorked.substr(0, 10) + kWorked.substr(16)},
+        {10, 14, kWorked.substr(0, 14) + kWorked.substr(10)},
+        {16, 34, kWorked + std::string(8, '\0') + kWorked.substr(16)},
+        {99, 21, kWorked.substr(0, 21)},
+        {99, 120, kWorked}};
+    for (auto const& [source, target, after] : cases) {
+        Store(kWorked);
+        DIniImpl ini(Name().c_str());
+        ini.m_mode[2] = '+';
+        EXPECT_TRUE(ini.FileMove(source, target));
+        EXPECT_EQ(Stored(), after);
+    }
 }
 
 // What a call left in an array of that size, whose elements were '~'.
@@ -96,7 +137,9 @@ std::wstring Array(unsigned int size, unsigned int count, Call call) {
 TEST_F(Ini, ListsAndValuesAreCutToTheArray) {
     Store("[abc]\na = b\nde=\n[de]\n");
     DIni ini(Name().c_str());
-    auto const names = [&](auto... room) { return ini.GetSectionNames(room...); };
+    auto const names = [&](auto... room) {
+        return GetPrivateProfileSectionNames(room..., Name().c_str());
+    };
     EXPECT_EQ(Array(8, 6, names), L"abc\0de\0\0"s);
     EXPECT_EQ(Array(7, 5, names), L"abc\0d\0\0"s);
     EXPECT_EQ(Array(6, 4, names), L"abc\0\0\0"s);
@@ -113,6 +156,33 @@ TEST_F(Ini, ListsAndValuesAreCutToTheArray) {
     EXPECT_EQ(Array(1, 0, value), L"\0"s);
 }
 
+TEST_F(Ini, ProfileCallsCheckTheirArgumentsBeforeTheyCreateTheFile) {
+    wchar_t out[4] = L"~~~";
+    EXPECT_EQ(GetPrivateProfileString(L"s", L"k", L"d", out, 1, Name().c_str()), 0u);
+    EXPECT_EQ(GetPrivateProfileSection(nullptr, out, 4, Name().c_str()), 0u);
+    EXPECT_EQ(GetPrivateProfileSectionNames(nullptr, 4, Name().c_str()), 0u);
+    EXPECT_EQ(WritePrivateProfileString(nullptr, L"k", L"v", Name().c_str()), 0);
+    EXPECT_STREQ(out, L"~~~");
+    EXPECT_FALSE(std::filesystem::exists(Path()));
+    EXPECT_EQ(WritePrivateProfileString(L"s", nullptr, nullptr, Name().c_str()), 0);
+    EXPECT_EQ(WritePrivateProfileSection(nullptr, L"", Name().c_str()), 0);
+    EXPECT_EQ(Stored(), "");
+}
+
+TEST_F(Ini, ABadNameReplacesTheNameBefore) {
+    Store(kWorked);
+    for (std::wstring const& bad : {std::wstring(4096, L'x'), L"\xd800"s}) {
+        DIniImpl ini(Name().c_str());
+        EXPECT_EQ(ini.Open(bad.c_str()), 0);
+        EXPECT_EQ(ini.m_fileName[4095], L'\0');
+        EXPECT_EQ(ini.PutKeyValue(L"a", L"k", L"new"), 0);
+        wchar_t out[2];
+        EXPECT_EQ(ini.GetSectionNames(out, 2), 0u);
+        EXPECT_EQ(ini.GetKeyValue(L"a", L"k", L"d", out, 2), 0u);
+    }
+    EXPECT_EQ(Stored(), kWorked);
+}
+
 TEST_F(Ini, TextThatDoesNotConvertLeavesTheFileAlone) {
     Store(kWorked);
     DIni ini(Name().c_str());
@@ -121,6 +191,12 @@ TEST_F(Ini, TextThatDoesNotConvertLeavesTheFileAlone) {
     EXPECT_EQ(ini.PutKeyValue(L"\xd800", L"k", L"v"), 0);
     EXPECT_EQ(ini.PutSection(L"a", L"p\0\xd800\0"), 0);
     EXPECT_EQ(Stored(), kWorked);
+}
+
+TEST_F(Ini, ALineOfASectionIsCutAtAWholeCharacter) {
+    std::wstring const line = std::wstring(2046, L'x') + L"\u00e4\0"s;
+    EXPECT_EQ(WritePrivateProfileSection(L"a", line.c_str(), Name().c_str()), 1);
+    EXPECT_EQ(Stored(), "\r\n[a]\r\n" + std::string(2046, 'x') + "\r\n");
 }
 
 } // namespace

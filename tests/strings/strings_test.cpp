@@ -93,6 +93,14 @@ TEST(Printing, TakesAPlainStringConversionForWide) {
     EXPECT_EQ(Print(3, L"%5%s"), L"%ls");
 }
 
+// A fortified libc would end the program for a format that isn't constant.
+TEST(Printing, StoresACountInTheMiddle) {
+    int count = 0;
+    std::wstring const format = L"%s%n!";
+    EXPECT_EQ(Print(3, format, L"ab", &count), L"ab!");
+    EXPECT_EQ(count, 2);
+}
+
 TEST(Printing, StaysWithinItsBounds) {
     EXPECT_EQ(Print(511, L"%s", std::wstring(511, L'x').c_str()), std::wstring(511, L'x'));
     Print(-1, L"%s", std::wstring(512, L'x').c_str());

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <new>
 
 void* operator new(std::size_t size) {
@@ -11,6 +12,7 @@ void* operator new(std::size_t size) {
         throw std::bad_alloc();
     }
     MemoryShortage::left -= MemoryShortage::left > 0 ? 1 : 0;
+    std::memset(memory, 'x', size); // a missing initial value shows
     return memory;
 }
 
