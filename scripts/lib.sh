@@ -47,7 +47,7 @@ declare -A packages=(
     [bench]="libbenchmark-dev libpoco-dev libinih-dev libglib2.0-dev libboost-dev libuv1-dev pkgconf python3"
     [format]="clang-format"
     [lint]="clang clang-tidy"
-    [docs]="doxygen"
+    [docs]="doxygen doxygen-awesome-css libjs-lunr python3"
     [valgrind]="valgrind"
 )
 

@@ -1,5 +1,6 @@
 #!/bin/bash
-# Each page of the guide shows the program of its name, word for word: says which page doesn't.
+# Each page of the guide, and the page on porting, shows the program of its name, word for word. Says
+# which page doesn't.
 #
 #   docs/guide/show_programs.sh [--renew]      --renew: puts the programs into the pages instead
 set -euo pipefail
@@ -19,6 +20,7 @@ shown() {
 status=0
 for program in programs/*.cpp; do
     page=$(basename "$program" .cpp).md
+    [[ -e $page ]] || page=../$page
     renewed=$(mktemp)
     shown "$page" "$program" >"$renewed"
     if [[ ${1:-} == --renew ]]; then
