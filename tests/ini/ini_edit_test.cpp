@@ -79,8 +79,11 @@ constexpr Edit kEdits[] = {
     {L"new", L"k", L"value"},
     {L"s0", L"k1", nullptr},
     {L"s0", nullptr, nullptr},
-    {L"s7", nullptr, nullptr}, // the last one of the smallest file
     {L"s1", nullptr, L"first=1\0second=2\0"},
+    // s7 is the last section of the smallest file.
+    {L"s7", L"new", L"value"},
+    {L"s7", L"k2", nullptr},
+    {L"s7", nullptr, nullptr},
 };
 
 // Sections of three keys each, up to about that size.
