@@ -72,7 +72,9 @@ TEST_F(IniFileLocks, ANameThatCannotBeUsedIsNotLocked) {
     EXPECT_EQ(errno, EINVAL);
     EXPECT_FALSE(IniFileLock(L"\xd800", IniFileLock::Shared, 0).Owns());
     EXPECT_EQ(errno, EINVAL);
-    EXPECT_FALSE(IniFileLock(std::wstring(4090, L'x').c_str(), IniFileLock::Shared, 0).Owns());
+    std::wstring const start = Name(L"");
+    std::wstring const tooLong = start + std::wstring(4090 - start.size(), L'/');
+    EXPECT_FALSE(IniFileLock(tooLong.c_str(), IniFileLock::Shared, 0).Owns());
     EXPECT_EQ(errno, ENAMETOOLONG);
 }
 

@@ -97,6 +97,9 @@ TEST_F(Ini, InnerScansGoOnWhereTheStreamStands) {
     EXPECT_STREQ(ini.m_line, L"n");
     EXPECT_FALSE(ini.FindSection(L"b")) << "is above";
     EXPECT_EQ(ini.m_lineStart, 35);
+    EXPECT_EQ(ini.Open(ini.m_fileName), 1);
+    EXPECT_EQ(ini.m_lineStart, 0);
+    EXPECT_EQ(ini.m_value, ini.m_line);
 }
 
 TEST_F(Ini, InnerOperationsReturnFalseWithoutAFile) {
@@ -163,6 +166,8 @@ TEST_F(Ini, ProfileCallsCheckTheirArgumentsBeforeTheyCreateTheFile) {
     EXPECT_EQ(GetPrivateProfileSectionNames(nullptr, 4, Name().c_str()), 0u);
     EXPECT_EQ(WritePrivateProfileString(nullptr, L"k", L"v", Name().c_str()), 0);
     EXPECT_STREQ(out, L"~~~");
+    EXPECT_EQ(GetPrivateProfileString(L"s", L"k", L"d", out, 4, Name(L"/no/f").c_str()), 0u);
+    EXPECT_EQ(std::wstring(out, 4), L"\0\0~\0"s) << "no default";
     EXPECT_FALSE(std::filesystem::exists(Path()));
     EXPECT_EQ(WritePrivateProfileString(L"s", nullptr, nullptr, Name().c_str()), 0);
     EXPECT_EQ(WritePrivateProfileSection(nullptr, L"", Name().c_str()), 0);
