@@ -231,7 +231,7 @@ private:
 
     DList m_queue VERRICK_GUARDED_BY(m_csQueue); /* oldest at the head */
     DCriticalSection m_csQueue; /* guards the pool's m_inUse too; see DTimeManagerImpl */
-    DEvent m_queueEvent;        /* set while the queue isn't empty; changes under m_csQueue */
+    DEvent m_queueEvent;        /* set when expiries were queued; changes under m_csQueue */
     unsigned int m_peakQueueLength VERRICK_GUARDED_BY(m_csQueue);
     TimerListItem* m_pool; /* owned */
     Parts* m_parts;        /* owned */
