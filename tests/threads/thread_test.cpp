@@ -227,6 +227,20 @@ TEST(Thread, DoesNotEndWhileItsPriorityIsBeingChanged) {
     EXPECT_EQ(join.get(), WAIT_RESULT_OK);
 }
 
+TEST(Thread, IsLeftAloneByAChangeOfItsPriorityOnceItHasEnded) {
+    Thread thread([] {});
+    thread.Start();
+    bool isTouched = true;
+    for (int i = 0; i < 1000 && isTouched; ++i) {
+        Sleep(10);
+        isTouched = false;
+        g_beforePriority = [&] { isTouched = true; };
+        EXPECT_EQ(thread.SetPriority(1), 1);
+    }
+    g_beforePriority = {};
+    EXPECT_FALSE(isTouched);
+}
+
 #ifndef __SANITIZE_ADDRESS__ // its runtime takes the unwinding of a cancelled thread for an overrun
 TEST(Thread, AKillThatIsCancelledAtItsMessageHasLetGo) {
     Gate gate;

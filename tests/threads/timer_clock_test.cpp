@@ -212,6 +212,13 @@ TEST_F(TimerClock, AnExpiryThatWaitsForDeliverySurvivesDeactivateButNotDestroy) 
     EXPECT_EQ(blocking.noted.Await(0), Ids{2}); // the same id, but another timer
 }
 
+TEST_F(TimerClock, ListenersMayUseTheSameId) {
+    std::vector<Listener> others(100);
+    for (Listener& other : others) {
+        ASSERT_TRUE(Service().CreateRelativeTimer(&other, 1, kTwelveDaysMs, 0, 0));
+    }
+}
+
 TEST_F(TimerClock, AnAbsoluteTimerCountsTheDistanceWithoutItsSign) {
     ticks.resolutionMs = 1000;
     while (!ActivateAbsolute(1, -5) || !ActivateAbsolute(2, 5)) {
