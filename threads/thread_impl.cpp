@@ -28,6 +28,7 @@
 #include "threads/object_use.h"
 #include "threads/run_lookup.h"
 #include "threads/scheduling.h"
+#include "threads/signals.h"
 #include <verrick/detail/thread_annotations.h>
 #include <verrick/thread.h>
 
@@ -236,6 +237,7 @@ bool DThreadImpl::Create(DThread* thread, int priority, int stackSize, int /*fla
     }
     pthread_attr_setschedpolicy(&attributes, SCHED_RR);
     pthread_attr_setscope(&attributes, PTHREAD_SCOPE_SYSTEM);
+    verrick::ApplyMaskOfNewThreads(&attributes);
 
     impl.m_use->AddReference(); // the new thread's
     pthread_t created{};

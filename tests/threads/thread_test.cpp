@@ -290,6 +290,9 @@ TEST(Thread, StartFollowedByDestructionNeverHarms) {
     testing::internal::CaptureStdout();
     for (unsigned int i = 0; i < 1000; ++i) {
         Reckless thread;
+        if (i % 4 == 0) {
+            EXPECT_GT(thread.GetThreadId(), 0); // also before it has begun
+        }
         thread.Start();
         Sleep(i % 2);
     }

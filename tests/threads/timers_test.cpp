@@ -1,3 +1,5 @@
+#include <verrick/tasks.h>
+#include <verrick/thread.h>
 #include <verrick/timers.h>
 
 #include <gtest/gtest.h>
@@ -169,6 +171,7 @@ TEST(Timers, AListenerMayDestroyTimersEndTheServiceAndBeginAnother) {
 }
 
 TEST(Timers, DestroyInstanceReturnsWhenNoListenerRunsAnyMore) {
+    unsigned int const startMs = GetTickCount();
     for (int i = 0; i < 4; ++i) {
         Recorder<bool> ended;
         Listener listener;
@@ -184,6 +187,7 @@ TEST(Timers, DestroyInstanceReturnsWhenNoListenerRunsAnyMore) {
         DTimeManager::DestroyInstance(); // beside a listener under way
         EXPECT_EQ(ended.Await(0).size(), listener.noted.Await(0).size());
     }
+    EXPECT_LT(GetTickCount(), startMs + 3000); // it doesn't wait out its second each time
 }
 
 // For a listener that nobody waits for any more: its thread uses this to its end.
@@ -269,6 +273,35 @@ TEST(Timers, ASignalThatTheProgramBlocksReachesNoThreadOfTheService) {
     int received = 0;
     sigwait(&set, &received);
     EXPECT_EQ(received, SIGUSR1);
+}
+
+// Notes on its thread whether a signal is blocked there.
+struct MaskReader : DThread {
+    explicit MaskReader(Recorder<int>& blocked) : DThread("reader", 0, 0, 0), m_blocked(blocked) {}
+    void Run() override { Read(&m_blocked); }
+
+    static void Read(void* blocked) {
+        sigset_t mask;
+        pthread_sigmask(SIG_BLOCK, nullptr, &mask);
+        static_cast<Recorder<int>*>(blocked)->Note(sigismember(&mask, SIGUSR2));
+    }
+
+    Recorder<int>& m_blocked;
+};
+
+TEST(Timers, ThreadsThatAListenerStartsTakeTheSignalsThatItsServiceKeepsAway) {
+    Recorder<int> blocked;
+    Listener listener;
+    listener.then = [&](unsigned int) {
+        MaskReader::Read(&blocked);
+        MaskReader reader(blocked);
+        reader.Start();
+        reader.WaitForThreadDeath(-1);
+        ThreadSpawn(MaskReader::Read, &blocked, 0, 0, 0, 0);
+    };
+    Service const service;
+    service->CreateRelativeTimer(&listener, 1, 10, 0, 0);
+    EXPECT_EQ(blocked.Await(3), (std::vector<int>{1, 0, 0}));
 }
 
 } // namespace
