@@ -19,19 +19,6 @@
 
 namespace {
 
-using Ids = std::vector<unsigned int>;
-
-// Notes the ids, and then calls a function.
-struct Listener : ITimerListener {
-    void OnTimerExpired(unsigned int id) override {
-        noted.Note(id);
-        std::function<void(unsigned int)>{then}(id); // the listener may go meanwhile
-    }
-
-    Recorder<unsigned int> noted;
-    std::function<void(unsigned int)> then = [](unsigned int) {};
-};
-
 // The service, up to the end of the scope.
 struct Service {
     ~Service() { DTimeManager::DestroyInstance(); }
@@ -124,24 +111,6 @@ TEST(Timers, DestroyWaitsForACallUnderWay) {
     EXPECT_FALSE(IsOver(destroy, 100));
     gate.Open();
     EXPECT_TRUE(IsOver(destroy, 10000));
-}
-
-TEST(Timers, DestroyGivesUpOnACallThatWaitsForIt) {
-    Gate gate;
-    std::atomic<bool> isOver{false};
-    Listener listener;
-    listener.then = [&](unsigned int) {
-        gate.Pass();
-        isOver = true;
-    };
-    Service const service;
-    service->CreateRelativeTimer(&listener, 1, 10, 0, 0);
-    listener.noted.Await(1);
-    unsigned int const startMs = GetTickCount();
-    EXPECT_TRUE(service->Destroy(&listener, 1));
-    EXPECT_GE(GetTickCount(), startMs + 900);
-    EXPECT_FALSE(isOver);
-    gate.Open();
 }
 
 TEST(Timers, AListenerMayDestroyTimersEndTheServiceAndBeginAnother) {
@@ -261,24 +230,6 @@ TEST(Timers, AForkChildExitsThoughItEndsTheService) {
     EXPECT_TRUE(service->Destroy(&listener, 1)); // here it goes on
 }
 
-// The signal is blocked here only after the threads of the service were made.
-TEST(Timers, ASignalThatTheProgramBlocksReachesNoThreadOfTheService) {
-    Listener listener;
-    Service const service;
-    service->GetTickCount();
-    sigset_t set;
-    sigemptyset(&set);
-    sigaddset(&set, SIGUSR1);
-    EXPECT_EQ(sigismember(&set, SIGUSR1), 1);
-    pthread_sigmask(SIG_BLOCK, &set, nullptr);
-    kill(getpid(), SIGUSR1); // would end the process
-    service->CreateRelativeTimer(&listener, 1, 10, 0, 0);
-    listener.noted.Await(1);
-    int received = 0;
-    sigwait(&set, &received);
-    EXPECT_EQ(received, SIGUSR1);
-}
-
 // Notes on its thread whether a signal is blocked there.
 struct MaskReader : DThread {
     explicit MaskReader(Recorder<int>& blocked) : DThread("reader", 0, 0, 0), m_blocked(blocked) {}
@@ -293,7 +244,8 @@ struct MaskReader : DThread {
     Recorder<int>& m_blocked;
 };
 
-TEST(Timers, ThreadsThatAListenerStartsTakeTheSignalsThatItsServiceKeepsAway) {
+// The signal is blocked here only after the threads of the service were made.
+TEST(Timers, SignalsReachNoThreadOfTheServiceButThoseThatAListenerStarts) {
     Recorder<int> blocked;
     Listener listener;
     listener.then = [&](unsigned int) {
@@ -304,8 +256,18 @@ TEST(Timers, ThreadsThatAListenerStartsTakeTheSignalsThatItsServiceKeepsAway) {
         ThreadSpawn(MaskReader::Read, &blocked, 0, 0, 0, 0);
     };
     Service const service;
+    service->GetTickCount();
+    sigset_t set;
+    sigemptyset(&set);
+    sigaddset(&set, SIGUSR2);
+    pthread_sigmask(SIG_BLOCK, &set, nullptr);
+    kill(getpid(), SIGUSR2); // would end the process
+    int received = 0;
+    sigwait(&set, &received);
+    EXPECT_EQ(received, SIGUSR2);
     service->CreateRelativeTimer(&listener, 1, 10, 0, 0);
     EXPECT_EQ(blocked.Await(3), (std::vector<int>{1, 0, 0}));
+    pthread_sigmask(SIG_UNBLOCK, &set, nullptr);
 }
 
 } // namespace
