@@ -2,6 +2,7 @@
 
 #include "frame/mutex.h"
 #include "frame/waiting.h"
+#include "threads/signals.h"
 
 #include <ctime>
 
@@ -16,7 +17,7 @@ thread_local bool t_inListener = false;
 } // namespace
 
 // The clock is the monotonic one, so that setting the system's time moves no bound.
-ListenerCall::ListenerCall() {
+ListenerCall::ListenerCall() : m_maskOfNewThreads(MaskOfNewThreads()) {
     InitErrorCheckMutex(m_mutex, m_mutexAttr);
     pthread_condattr_t attributes;
     pthread_condattr_init(&attributes);
@@ -36,6 +37,7 @@ bool ListenerCall::IsOnThisThread() {
 
 void ListenerCall::Begin(ITimerListener* listener, unsigned int id) {
     t_inListener = true;
+    SetMaskOfNewThreads(&m_maskOfNewThreads);
     MutexLock lock(m_mutex);
     m_listener.store(listener, relaxed);
     m_id = id;
@@ -45,6 +47,7 @@ void ListenerCall::Begin(ITimerListener* listener, unsigned int id) {
 
 void ListenerCall::End() {
     t_inListener = false;
+    SetMaskOfNewThreads(nullptr);
     MutexLock lock(m_mutex);
     m_listener.store(nullptr, std::memory_order_release);
     pthread_cond_broadcast(&m_ended);

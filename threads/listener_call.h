@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <csignal>
 #include <cstdint>
 #include <memory>
 #include <pthread.h>
@@ -24,7 +25,8 @@ public:
     // Whether the calling thread is inside a listener of any dispatcher.
     static bool IsOnThisThread();
 
-    // Notes that the calling thread is about to call the listener.
+    // Notes that the calling thread is about to call the listener. Threads that the listener starts
+    // take signals as the thread does that made this object.
     void Begin(ITimerListener* listener, unsigned int id);
 
     // Notes that the call is over.
@@ -40,6 +42,7 @@ public:
 private:
     void AwaitEndLocked();
 
+    sigset_t const m_maskOfNewThreads;
     pthread_mutex_t m_mutex;
     pthread_mutexattr_t m_mutexAttr;
     pthread_cond_t m_ended;

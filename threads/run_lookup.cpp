@@ -24,9 +24,9 @@ namespace {
 constexpr std::size_t kRunSlot = 9;
 
 // Reads the address of the table, once. A destructor of an application's class may write it at the
-// same moment, and no lock of the library can keep it from that. See ThreadMain for why each value
-// that can be read here is a right one. Thread sanitizer isn't asked: it sees a race in the read,
-// and it can't see that argument.
+// same moment, and no lock of the library can keep it from that. See TryEnterRunLocked for why each
+// value that can be read here is a right one. Thread sanitizer isn't asked: it sees a race in the
+// read, and it can't see that argument.
 __attribute__((noinline, no_sanitize("thread"))) RunFunction const*
 ReadTable(DThread const& thread) {
     return *reinterpret_cast<RunFunction const* const volatile*>(&thread);

@@ -1,6 +1,7 @@
 #include "threads/scheduling.h"
 
 #include <pthread.h>
+#include <sys/prctl.h>
 
 namespace verrick {
 
@@ -15,6 +16,11 @@ void ApplyRealTimePriority(int priority) {
     sched_param parameters{};
     parameters.sched_priority = priority;
     pthread_setschedparam(pthread_self(), SCHED_RR, &parameters);
+}
+
+void SleepWithoutSlack() {
+    constexpr unsigned long slackNs = 1; // 0 means the default
+    prctl(PR_SET_TIMERSLACK, slackNs);
 }
 
 } // namespace verrick

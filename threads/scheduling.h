@@ -1,4 +1,4 @@
-// Real-time priorities of the calling thread.
+// Scheduling of the calling thread.
 #pragma once
 
 namespace verrick {
@@ -10,5 +10,9 @@ bool IsRealTimePriority(int priority);
 // Puts the calling thread under SCHED_RR. Changes nothing if the priority isn't one of SCHED_RR, or
 // the process has no right to it.
 void ApplyRealTimePriority(int priority);
+
+// Makes the calling thread's sleeps end at their time. Without real-time scheduling the system
+// makes each sleep up to 50 us longer, so that it can wake several threads at once.
+void SleepWithoutSlack();
 
 } // namespace verrick

@@ -1,6 +1,7 @@
 #include <verrick/tasks.h>
 
 #include "threads/scheduling.h"
+#include "threads/signals.h"
 
 #include <cstdint>
 #include <new>
@@ -34,6 +35,7 @@ int ThreadSpawn(Entry entry, void* argument, int priority, long /*reserved1*/, l
     }
     pthread_attr_setschedpolicy(&attributes, SCHED_RR);
     pthread_attr_setscope(&attributes, PTHREAD_SCOPE_SYSTEM);
+    verrick::ApplyMaskOfNewThreads(&attributes);
 
     block[kEntry] = reinterpret_cast<Word>(entry);
     block[kArgument] = reinterpret_cast<Word>(argument);

@@ -7,9 +7,9 @@
 //   NoThread  Create                      Parked    is created, and waits on m_continue
 //   Parked    Start                       Started   is woken
 //   Parked    Kill                        LetGo     is woken, ends without Run, is joined by Kill
+//   Parked    it can't wait for Start     Parked    ends without Run
 //   Started   it gets to Run              InRun     calls Run
 //   Started   Kill                        LetGo     is detached, ends without Run
-//   Started   it couldn't wait for Start  Started   ends without Run
 //   Started   WaitForThreadDeath          Joined    has ended and is joined
 //   InRun     WaitForThreadDeath          Joined    has ended and is joined
 //   InRun     Kill                        LetGo     is detached, goes on in Run
@@ -28,6 +28,7 @@
 #include "threads/object_use.h"
 #include "threads/run_lookup.h"
 #include "threads/scheduling.h"
+#include "threads/signals.h"
 #include <verrick/detail/thread_annotations.h>
 #include <verrick/thread.h>
 
@@ -109,8 +110,8 @@ struct DThreadImpl::Steps {
     static void ApplyNameLocked(DThreadImpl const& impl, pthread_t thread)
         VERRICK_REQUIRES(g_deathMutex);
     static bool HasLiveThreadLocked(DThreadImpl const& impl) VERRICK_REQUIRES(g_deathMutex);
-    static bool WaitForStart(DThreadImpl& impl);
-    static RunFunction EnterRun(DThreadImpl& impl);
+    static RunFunction AwaitRun(DThreadImpl& impl);
+    static RunFunction TryEnterRunLocked(DThreadImpl& impl) VERRICK_REQUIRES(g_deathMutex);
     static void LetGoLocked(DThreadImpl& impl) VERRICK_REQUIRES(g_deathMutex);
     static void WaitForEndOfParkedLocked(DThreadImpl& impl) VERRICK_REQUIRES(g_deathMutex);
     static int WaitForOtherJoinLocked(DThreadImpl& impl, int timeoutMs)
@@ -236,6 +237,7 @@ bool DThreadImpl::Create(DThread* thread, int priority, int stackSize, int /*fla
     }
     pthread_attr_setschedpolicy(&attributes, SCHED_RR);
     pthread_attr_setscope(&attributes, PTHREAD_SCOPE_SYSTEM);
+    verrick::ApplyMaskOfNewThreads(&attributes);
 
     impl.m_use->AddReference(); // the new thread's
     pthread_t created{};
@@ -269,32 +271,39 @@ void DThreadImpl::PreRun() {
         Steps::ApplyNameLocked(*this, pthread_self());
     }
     pthread_setcancelstate(PTHREAD_CANCEL_ENABLE, nullptr);
-    if (!Steps::WaitForStart(*this)) {
-        std::puts("m_continue.Wait failed. DThreadImpl->PreRun returning");
-        return;
-    }
     DThread* const owner = m_owner;
-    RunFunction const run = Steps::EnterRun(*this);
+    RunFunction const run = Steps::AwaitRun(*this);
     use.End();
     if (run != nullptr) {
         run(owner);
     }
 }
 
-// Waits until Start or Kill. A wake-up without either is no reason to go on.
-bool DThreadImpl::Steps::WaitForStart(DThreadImpl& impl) {
+// Returns the Run to call, or null if there is none to call. See TryEnterRunLocked for which.
+//
+// Waits until Start or Kill. A wake-up without either is no reason to go on. Then it waits until
+// the object has a Run.
+RunFunction DThreadImpl::Steps::AwaitRun(DThreadImpl& impl) {
     for (;;) {
-        if (impl.m_continue.Wait(kForever) != WAIT_RESULT_OK) {
-            return false;
+        bool isParked = false;
+        {
+            DeathLock const lock(impl.m_deathMutex);
+            RunFunction const run = TryEnterRunLocked(impl);
+            isParked = impl.m_state == State::Parked;
+            if (run != nullptr || (!isParked && impl.m_state != State::Started)) {
+                return run;
+            }
         }
-        DeathLock const lock(impl.m_deathMutex);
-        if (impl.m_state != State::Parked) {
-            return true;
+        if (!isParked) {
+            verrick::SleepMs(kPureRunPollMs);
+        } else if (impl.m_continue.Wait(kForever) != WAIT_RESULT_OK) {
+            std::puts("m_continue.Wait failed. DThreadImpl->PreRun returning");
+            return nullptr;
         }
     }
 }
 
-// Returns the Run to call, or null if the thread was let go.
+// Returns the Run of a started thread, or null while there is none.
 //
 // The question is which Run, while another thread may be in a destructor of the object. Each
 // destructor makes the object one of its own class first, and only that of DThread, the last one,
@@ -313,20 +322,15 @@ bool DThreadImpl::Steps::WaitForStart(DThreadImpl& impl) {
 // thread that gets there while destructors of the application's own classes are at work counts as
 // one that was in Run before. Only a class whose Run uses the object, and whose destructor doesn't
 // wait for its end, could tell the difference, and that class is faulty in either case.
-RunFunction DThreadImpl::Steps::EnterRun(DThreadImpl& impl) {
-    for (;;) {
-        {
-            DeathLock const lock(impl.m_deathMutex);
-            if (impl.m_state != State::Started || impl.m_owner == nullptr) {
-                return nullptr;
-            }
-            if (RunFunction const run = verrick::FindRun(*impl.m_owner)) {
-                impl.m_state = State::InRun;
-                return run;
-            }
-        }
-        verrick::SleepMs(kPureRunPollMs);
+RunFunction DThreadImpl::Steps::TryEnterRunLocked(DThreadImpl& impl) {
+    if (impl.m_state != State::Started) {
+        return nullptr;
     }
+    RunFunction const run = verrick::FindRun(*impl.m_owner);
+    if (run != nullptr) {
+        impl.m_state = State::InRun;
+    }
+    return run;
 }
 
 // Reached by nothing: the thread calls the owner's Run.

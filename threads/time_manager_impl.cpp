@@ -2,6 +2,7 @@
 #include "frame/limits.h"
 #include "frame/relaxed.h"
 #include "threads/object_use.h"
+#include "threads/scheduling.h"
 #include "threads/signals.h"
 #include "threads/timer_dispatch.h"
 #include "threads/timer_index.h"
@@ -21,6 +22,10 @@ constexpr double kMsPerSecond = 1000.0;
 
 // How many timers expire before the tick lets others have m_csActive.
 constexpr std::size_t kExpiriesPerStep = 256;
+
+// After how many steps of a tick the dispatcher is woken, beside the last. It may run on the same
+// processor ahead of the tick, so more deliveries would make the clock lag.
+constexpr int kStepsWithDelivery = 8;
 
 // Returns the milliseconds from now to a calendar time, or as many since it. Too many are cut
 // before they are converted, because processors differ in what they make of them.
@@ -213,6 +218,7 @@ unsigned int DTimeManagerImpl::GetResolution() {
 
 // The whole loop is one use of the object. The destructor waits for its end, a tick at most.
 void DTimeManagerImpl::Run() {
+    verrick::SleepWithoutSlack(); // the clock would lag by it at each tick
     verrick::UseScope const use = verrick::UseScope::OfRun(*this);
     while (use.IsAllowed()) {
         if (DTimeManagerImplCallouts__WaitForTimerExpiration(m_periodicTimer) && use.IsAllowed()) {
@@ -245,8 +251,12 @@ void DTimeManagerImpl::Parts::Tick(DTimeManagerImpl& engine) {
         parts.m_index.BeginRound(NowLocked(engine));
         parts.m_isExpiring.store(parts.m_index.NextOfRound() != nullptr, verrick::relaxed);
     }
-    while (parts.m_isExpiring.load(verrick::relaxed)) {
-        parts.m_isExpiring.store(ExpireSome(engine), verrick::relaxed);
+    for (int step = 1; parts.m_isExpiring.load(verrick::relaxed); ++step) {
+        bool const isMore = ExpireSome(engine);
+        parts.m_isExpiring.store(isMore, verrick::relaxed);
+        if (step <= kStepsWithDelivery || !isMore) {
+            DTimerDispatch::Parts::WakeUp(*engine.m_dispatch);
+        }
     }
 }
 

@@ -62,6 +62,7 @@ void DTimerDispatch::Enqueue(ITimerListener* listener, unsigned int id) {
     if (listener != nullptr) {
         Parts::Expiry const expiry{listener, id};
         Parts::EnqueueAll(*this, &expiry, 1);
+        Parts::WakeUp(*this);
     }
 }
 
@@ -70,6 +71,13 @@ void DTimerDispatch::Parts::EnqueueAll(DTimerDispatch& dispatch, Expiry const* f
     DMonitor queue(dispatch.m_csQueue);
     for (Expiry const* expiry = first; expiry != first + count; ++expiry) {
         EnqueueLocked(dispatch, *expiry);
+    }
+}
+
+void DTimerDispatch::Parts::WakeUp(DTimerDispatch& dispatch) {
+    DMonitor queue(dispatch.m_csQueue);
+    if (!dispatch.m_queue.IsEmpty()) {
+        dispatch.m_queueEvent.Signal();
     }
 }
 
@@ -83,12 +91,8 @@ void DTimerDispatch::Parts::EnqueueLocked(DTimerDispatch& dispatch, Expiry const
     item.m_inUse = true;
     item.m_listener = expiry.m_listener;
     item.m_id = expiry.m_id;
-    bool const wasEmpty = dispatch.m_queue.IsEmpty();
     dispatch.m_queue.AddTail(&item);
     dispatch.m_peakQueueLength = std::max(dispatch.m_peakQueueLength, dispatch.m_queue.Size());
-    if (wasEmpty) {
-        dispatch.m_queueEvent.Signal();
-    }
 }
 
 void DTimerDispatch::Parts::FreeEntry(DTimerDispatch& dispatch, TimerListItem* item) {

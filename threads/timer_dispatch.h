@@ -36,8 +36,12 @@ struct DTimerDispatch::Parts {
         unsigned int m_id;
     };
 
-    // Queues expiries in their order, as Enqueue does.
+    // Queues expiries in their order. WakeUp must follow: until then the thread may sleep.
     static void EnqueueAll(DTimerDispatch& dispatch, Expiry const* first, std::size_t count);
+
+    // Wakes the thread if something waits for delivery. Its priority is the highest, so it may take
+    // the processor at once. The caller holds no lock that a listener may want.
+    static void WakeUp(DTimerDispatch& dispatch);
 
     // Waits for a call of this listener with this id, see ListenerCall.
     static void AwaitEndOfCall(DTimerDispatch& dispatch, ITimerListener* listener, unsigned int id);

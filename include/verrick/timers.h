@@ -18,8 +18,12 @@
  *
  * Threads. All operations may be called from any thread, also from a listener. Each blocks on short
  * locks alone, unless its comment says more. The service has two threads: "TimeManager Thread"
- * counts the ticks, "TimerDispatch Thread" calls the listeners. Both block all signals, so no
- * signal handler runs there. A thread or process that a listener starts inherits that mask.
+ * counts the ticks, "TimerDispatch Thread" calls the listeners.
+ *
+ * Signals. Both threads block all signals, so no signal handler runs there. A fault in a listener,
+ * such as SIGSEGV, ends the process without its handler, unless the listener unblocks that signal.
+ * A DThread or a ThreadSpawn task that a listener starts has the signal mask of the thread that
+ * built the service. All else that a listener starts inherits the full mask.
  *
  * Lifetime. The service keeps the pointer of a listener and never deletes it. A listener must live
  * until Destroy has returned for each of its timers, or until DTimeManager::DestroyInstance has
@@ -231,7 +235,7 @@ private:
 
     DList m_queue VERRICK_GUARDED_BY(m_csQueue); /* oldest at the head */
     DCriticalSection m_csQueue; /* guards the pool's m_inUse too; see DTimeManagerImpl */
-    DEvent m_queueEvent;        /* set while the queue isn't empty; changes under m_csQueue */
+    DEvent m_queueEvent;        /* set when expiries were queued; changes under m_csQueue */
     unsigned int m_peakQueueLength VERRICK_GUARDED_BY(m_csQueue);
     TimerListItem* m_pool; /* owned */
     Parts* m_parts;        /* owned */

@@ -1,18 +1,12 @@
 #include "hooks.h"
 
 #include <cerrno>
-#include <dlfcn.h>
 #include <pthread.h>
 #include <utility>
 
 namespace {
 
 pthread_t const g_tester = pthread_self();
-
-template<class Function>
-Function* Real(Function*, char const* name) {
-    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
-}
 
 } // namespace
 

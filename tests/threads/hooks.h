@@ -3,9 +3,11 @@
 #pragma once
 
 #include <verrick/time_primitives.h>
+#include <verrick/timers.h>
 
 #include <atomic>
 #include <condition_variable>
+#include <dlfcn.h>
 #include <functional>
 #include <mutex>
 #include <vector>
@@ -43,6 +45,25 @@ public:
 private:
     Recorder<bool> m_opened;
 };
+
+using Ids = std::vector<unsigned int>;
+
+// Notes the ids, and then calls a function.
+struct Listener : ITimerListener {
+    void OnTimerExpired(unsigned int id) override {
+        noted.Note(id);
+        std::function<void(unsigned int)>{then}(id); // the listener may go meanwhile
+    }
+
+    Recorder<unsigned int> noted;
+    std::function<void(unsigned int)> then = [](unsigned int) {};
+};
+
+// Returns the C library's function, behind which the test's own stands.
+template<class Function>
+Function* Real(Function*, char const* name) {
+    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
 
 // If set, the next thread of the library passes this gate inside its object, on the way to being
 // parked. The pointer becomes null, with a notice, when a thread gets there.

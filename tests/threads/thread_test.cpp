@@ -156,16 +156,6 @@ TEST(Thread, StartInABaseConstructorReachesTheRunOfTheWholeObject) {
     EXPECT_EQ(derived.runs.Await(0).size(), 1U);
 }
 
-TEST(Thread, AKilledOneOnItsWayToRunNeverGetsThere) {
-    Gate gate;
-    auto const thread = HeldInside(gate);
-    thread->Start();
-    thread->Kill();
-    gate.Open();
-    Sleep(50);
-    EXPECT_EQ(Reckless::runs, 0);
-}
-
 TEST(Thread, DestructionWaitsForOneOnItsWayToRunWhichNeverGetsThere) {
     Gate gate;
     auto thread = HeldInside(gate);
@@ -227,6 +217,21 @@ TEST(Thread, DoesNotEndWhileItsPriorityIsBeingChanged) {
     EXPECT_EQ(join.get(), WAIT_RESULT_OK);
 }
 
+TEST(Thread, RunMayEndItsThreadAndThenAChangeOfPriorityLeavesItAlone) {
+    Thread thread([] { pthread_exit(nullptr); });
+    thread.Start();
+    bool isTouched = true;
+    for (int i = 0; i < 1000 && isTouched; ++i) {
+        Sleep(10);
+        isTouched = false;
+        g_beforePriority = [&] { isTouched = true; };
+        EXPECT_EQ(thread.SetPriority(1), 1);
+    }
+    g_beforePriority = {};
+    EXPECT_FALSE(isTouched);
+    EXPECT_EQ(thread.WaitForThreadDeath(0), WAIT_RESULT_OK);
+}
+
 #ifndef __SANITIZE_ADDRESS__ // its runtime takes the unwinding of a cancelled thread for an overrun
 TEST(Thread, AKillThatIsCancelledAtItsMessageHasLetGo) {
     Gate gate;
@@ -276,6 +281,9 @@ TEST(Thread, StartFollowedByDestructionNeverHarms) {
     testing::internal::CaptureStdout();
     for (unsigned int i = 0; i < 1000; ++i) {
         Reckless thread;
+        if (i % 4 == 0) {
+            EXPECT_GT(thread.GetThreadId(), 0); // also before it has begun
+        }
         thread.Start();
         Sleep(i % 2);
     }
@@ -294,10 +302,15 @@ TEST(Thread, RunMayDestroyItsObject) {
     EXPECT_EQ(ended.Await(1).size(), 1U);
 }
 
-TEST(Thread, RunMayEndItsThread) {
-    Thread thread([] { pthread_exit(nullptr); });
+TEST(Thread, RunsOnceHoweverOftenItIsCreatedAndStarted) {
+    Recorder<int> ids;
+    Thread thread([&] { ids.Note(gettid()); });
+    int const id = thread.GetThreadId();
+    EXPECT_FALSE(DThread::Create(&thread, 0, 0, 0));
+    thread.Start();
     thread.Start();
     EXPECT_EQ(thread.WaitForThreadDeath(-1), WAIT_RESULT_OK);
+    EXPECT_EQ(ids.Await(0), std::vector<int>{id});
 }
 
 TEST(Task, RunsWithItsArgumentPriorityAndStack) {
@@ -323,16 +336,6 @@ TEST(Task, IsRefusedWithoutAnEntryAThreadOrMemory) {
     g_refuseCreation = false;
     MemoryShortage const shortage;
     EXPECT_EQ(ThreadSpawn(entry, nullptr, 0, 0, 0, 0), 0);
-}
-TEST(Thread, RunsOnceHoweverOftenItIsCreatedAndStarted) {
-    Recorder<int> ids;
-    Thread thread([&] { ids.Note(gettid()); });
-    int const id = thread.GetThreadId();
-    EXPECT_FALSE(DThread::Create(&thread, 0, 0, 0));
-    thread.Start();
-    thread.Start();
-    EXPECT_EQ(thread.WaitForThreadDeath(-1), WAIT_RESULT_OK);
-    EXPECT_EQ(ids.Await(0), std::vector<int>{id});
 }
 
 } // namespace

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <ctime>
 #include <dlfcn.h>
+#include <future>
 #include <limits>
 #include <numeric>
 #include <random>
@@ -18,7 +19,6 @@
 
 namespace {
 
-using Ids = std::vector<unsigned int>;
 constexpr int kTwelveDaysMs = 1 << 30; // a quarter of the clock's range
 
 // Stands for the platform's timer: a tick comes when the test says so.
@@ -65,11 +65,6 @@ Ticks* g_ticks = nullptr;
 std::vector<std::size_t> g_stackSizes;
 std::vector<int> g_priorities;
 
-template<class Function>
-Function* Real(Function*, char const* name) {
-    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
-}
-
 } // namespace
 
 int DTimeManagerImplCallouts__CreatePeriodicTimer(void** timer) {
@@ -100,16 +95,6 @@ extern "C" int pthread_attr_setschedparam(pthread_attr_t* attributes,
 }
 
 namespace {
-
-struct Listener : ITimerListener {
-    void OnTimerExpired(unsigned int id) override {
-        noted.Note(id);
-        then(id);
-    }
-
-    Recorder<unsigned int> noted;
-    std::function<void(unsigned int)> then = [](unsigned int) {};
-};
 
 // A service on a clock that the test moves, and a listener that notes what is delivered.
 class TimerClock : public testing::Test {
@@ -176,21 +161,12 @@ TEST_F(TimerClock, ALateTickIsNotMadeUp) {
     EXPECT_EQ(Service().GetTickCount(), 20U);
 }
 
-TEST_F(TimerClock, ActivateRestartsTheFullPeriodOfADeactivatedTimer) {
-    Create(1, 30);
-    Tick(2);
-    EXPECT_TRUE(Service().Deactivate(&listener, 1));
-    EXPECT_FALSE(Service().Deactivate(&listener, 1));
-    EXPECT_TRUE(Service().Activate(&listener, 1));
-    EXPECT_FALSE(Service().Activate(&listener, 1));
-    EXPECT_EQ(Tick(2), Ids{});
-    EXPECT_EQ(Tick(1), Ids{1});
-}
-
 TEST_F(TimerClock, AFiredOneShotTimerIsInactiveUntilDestroy) {
     Create(1, 0, TIMER_INACTIVE);
     EXPECT_EQ(Tick(2), Ids{});
+    EXPECT_FALSE(Service().Deactivate(&listener, 1));
     EXPECT_TRUE(Service().Activate(&listener, 1));
+    EXPECT_FALSE(Service().Activate(&listener, 1));
     EXPECT_EQ(Tick(2), Ids{1});
     EXPECT_FALSE(Create(1, 0));
     EXPECT_TRUE(Service().Destroy(&listener, 1));
@@ -210,6 +186,13 @@ TEST_F(TimerClock, AnExpiryThatWaitsForDeliverySurvivesDeactivateButNotDestroy) 
     gate.Open();
     EXPECT_EQ(Tick(1), Ids{1});
     EXPECT_EQ(blocking.noted.Await(0), Ids{2}); // the same id, but another timer
+}
+
+TEST_F(TimerClock, ListenersMayUseTheSameId) {
+    std::vector<Listener> others(100);
+    for (Listener& other : others) {
+        ASSERT_TRUE(Service().CreateRelativeTimer(&other, 1, kTwelveDaysMs, 0, 0));
+    }
 }
 
 TEST_F(TimerClock, AnAbsoluteTimerCountsTheDistanceWithoutItsSign) {
@@ -266,19 +249,22 @@ TEST_F(TimerClock, TheTickCountBeginsAgainFromZero) {
     EXPECT_EQ(Service().GetTickCount(), 0U);
 }
 
-// More than the tick expires in one step, and more than the dispatcher can queue.
+// More than the tick expires in one step, and more than the dispatcher can queue. In the second
+// tick the dispatcher is done before the tick is.
 TEST_F(TimerClock, OfManyDueTimersTheFirst256AreDeliveredAndAllGoOn) {
+    constexpr unsigned int kMany = 20000;
     Gate gate;
     listener.then = [&](unsigned int) { gate.Pass(); };
-    for (unsigned int id = 1; id <= 1000; ++id) {
+    for (unsigned int id = 1; id <= kMany; ++id) {
         Create(id, 10, TIMER_REPEAT);
     }
     ticks.Advance();
     gate.Open();
     Ids expected(256);
-    std::iota(expected.rbegin(), expected.rend(), 745);
+    std::iota(expected.rbegin(), expected.rend(), kMany - 255);
     EXPECT_EQ(Delivered(), expected);
-    for (unsigned int id = 1; id <= 1000; ++id) {
+    Tick(1);
+    for (unsigned int id = 1; id <= kMany; ++id) {
         ASSERT_TRUE(Service().Deactivate(&listener, id));
     }
 }
@@ -392,6 +378,13 @@ TEST_F(TimerClock, TheServiceAsksForItsPrioritiesAndTheSmallestStacks) {
     Service();
     EXPECT_EQ(g_stackSizes, (std::vector<std::size_t>{8196, 8196}));
     EXPECT_EQ(g_priorities, (std::vector<int>{7, 99}));
+}
+
+TEST_F(TimerClock, DestroyInstanceWaitsForTheTickUnderWay) {
+    Tick(1);
+    auto const end = std::async(std::launch::async, DTimeManager::DestroyInstance);
+    EXPECT_EQ(end.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);
+    ticks.Release();
 }
 
 TEST_F(TimerClock, TwoThreadsThatBuildTheServiceGetTheSameOne) {
