@@ -21,9 +21,8 @@ namespace verrick {
 // How many counts a release posts, and a draw from the bank. The rest of a release is banked.
 constexpr int kCountsPostedAtOnce = 1 << 16;
 
-// Raises the semaphore by count, which is not negative. The last post is the last touch of either
-// object: the thread that takes the count may then destroy both. Async-signal-safe, without a lock.
-inline void PostCounts(sem_t& semaphore, std::atomic<int>& bank, int count) {
+// PostCounts for any count. Out of line, like the next, because most releases are of one count.
+[[gnu::noinline]] inline void PostManyCounts(sem_t& semaphore, std::atomic<int>& bank, int count) {
     int posts = std::min(count, kCountsPostedAtOnce);
     if (count > posts) {
         bank.fetch_add(count - posts, std::memory_order_release);
@@ -33,15 +32,31 @@ inline void PostCounts(sem_t& semaphore, std::atomic<int>& bank, int count) {
     }
 }
 
-// Moves counts from the bank to the semaphore, after a count was taken.
-inline void DrawFromBank(sem_t& semaphore, std::atomic<int>& bank) {
+[[gnu::noinline]] inline void DrawBankedCounts(sem_t& semaphore, std::atomic<int>& bank) {
     int banked = bank.load(relaxed);
     while (banked > 0) {
         int const draw = std::min(banked, kCountsPostedAtOnce);
         if (bank.compare_exchange_weak(banked, banked - draw, std::memory_order_acquire)) {
-            PostCounts(semaphore, bank, draw);
+            PostManyCounts(semaphore, bank, draw);
             return;
         }
+    }
+}
+
+// Raises the semaphore by count, which is not negative. The last post is the last touch of either
+// object: the thread that takes the count may then destroy both. Async-signal-safe, without a lock.
+inline void PostCounts(sem_t& semaphore, std::atomic<int>& bank, int count) {
+    if (count == 1) {
+        sem_post(&semaphore);
+    } else {
+        PostManyCounts(semaphore, bank, count);
+    }
+}
+
+// Moves counts from the bank to the semaphore, after a count was taken.
+inline void DrawFromBank(sem_t& semaphore, std::atomic<int>& bank) {
+    if (bank.load(relaxed) > 0) {
+        DrawBankedCounts(semaphore, bank);
     }
 }
 

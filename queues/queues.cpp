@@ -3,6 +3,8 @@
 #include "frame/errno_kept.h"
 #include "frame/relaxed.h"
 #include "handles/event_look.h"
+#include "queues/brief_lock.h"
+#include "queues/look_for_a_moment.h"
 #include "queues/waiting_sides.h"
 #include <verrick/detail/thread_annotations.h>
 
@@ -12,8 +14,6 @@
 #include <cstring>
 #include <memory>
 #include <new>
-
-#include <pthread.h>
 
 namespace {
 
@@ -35,12 +35,12 @@ public:
     Queue(Queue const&) = delete;
     Queue& operator=(Queue const&) = delete;
 
-    void Lock() VERRICK_ACQUIRE() { pthread_mutex_lock(&m_mutex); }
+    void Lock() VERRICK_ACQUIRE() { m_lock.Lock(); }
 
     // Touches nothing of the queue once the lock is free: another thread may delete it then.
     void Unlock() VERRICK_RELEASE() {
         WaitingCall* const woken = m_waiting.TakeWoken();
-        pthread_mutex_unlock(&m_mutex);
+        m_lock.Unlock();
         if (woken != nullptr) {
             woken->Post();
         }
@@ -49,7 +49,7 @@ public:
     verrick::WaitingSides m_waiting VERRICK_GUARDED_BY(this);
 
 private:
-    pthread_mutex_t m_mutex = PTHREAD_MUTEX_INITIALIZER;
+    verrick::BriefLock m_lock;
 };
 
 // A queue that isn't whole yet has null in place of what is missing. CloseHandle ignores a null
@@ -59,7 +59,6 @@ Queue::~Queue() {
     CloseHandle(m_wakeEvent);
     CloseHandle(m_notifyEvent);
     CloseHandle(m_lockEvent);
-    pthread_mutex_destroy(&m_mutex);
 }
 
 // Holds the lock for a scope.
@@ -156,11 +155,18 @@ private:
 // Waits until the side can go on. Returns false if the time ran out first. Every wait takes a
 // signal that the wake event may have kept, and is of the full time-out.
 //
+// A call that finds no other waiting looks for a moment first. A move that comes meanwhile is as if
+// it had come before the call. The call isn't listed yet, so it owes nothing to anybody.
+//
 // Out of line, because a queue that moves never comes here.
 [[gnu::noinline]] bool WaitUntilPossible(Queue& queue, Side side, std::uint32_t timeoutMs)
     VERRICK_REQUIRES(queue) {
     if (timeoutMs == 0) {
         return false;
+    }
+    if (queue.m_waiting.IsEmpty()) {
+        Unlocked const unlocked(queue);
+        verrick::LookForAMoment([&] { return CanGoOn(queue, side); });
     }
     WaitingCall call(side, timeoutMs);
     while (!CanGoOn(queue, side)) {

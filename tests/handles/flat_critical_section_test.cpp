@@ -17,7 +17,7 @@ TEST(CriticalSectionTwins, DifferInTryingInNullAndInTheComplaintAboutAFailedLeav
     std::thread([&] { LeaveCriticalSection(&section); }).join();
     std::thread([&] { EXPECT_EQ(TryEnterCriticalSection(&section), 0); }).join();
     LeaveCriticalSection(&section);
-    std::thread([&] { EnterCriticalSection(&section), LeaveCriticalSection(&section); }).join();
+    std::thread([&] { EXPECT_EQ(TryEnterCriticalSection(&section), 1); }).join();
     InitializeCriticalSection(nullptr);
     EnterCriticalSection(nullptr);
     EXPECT_EQ(TryEnterCriticalSection(nullptr), 0);

@@ -169,11 +169,15 @@ TEST_F(MessageQueue, OfCapacityZeroIsAlwaysFullAndAlwaysEmpty) {
     EXPECT_EQ(errno, 0);
 }
 
-TEST_F(MessageQueue, ThatCannotBeMadeIsNullAndLeavesErrnoAlone) {
+TEST_F(MessageQueue, ThatCannotBeMadeIsNullWhichAllCallsTakeAndLeavesErrnoAlone) {
     EXPECT_EQ(MsgQCreate(-1, 16), nullptr);
     EXPECT_EQ(MsgQCreate(1, 0xFFFFFFFC), nullptr);
     EXPECT_EQ(MsgQCreate(INT_MAX, 16), nullptr);
     EXPECT_EQ(MsgQCreate(0, 0x80000000), nullptr); // a receive couldn't tell this length
+    EXPECT_EQ(MsgQSend(nullptr, "x", 1, 0, 0), -1);
+    EXPECT_EQ(MsgQReceive(nullptr, nullptr, 0, 0), -1);
+    EXPECT_EQ(MsgQNumMsgs(nullptr), -1);
+    EXPECT_EQ(MsgQDelete(nullptr), 0);
     errno = 0;
     for (int granted = 0; granted < 4; ++granted) { // a record and three events, at least
         EXPECT_EQ(WithMemoryFor(granted, [] { return MsgQCreate(2, 8); }), nullptr) << granted;

@@ -59,11 +59,28 @@ TEST_F(Ring, IsNeitherEmptyNorFullWithSomeOfItsBytes) {
     EXPECT_EQ(RingIsEmpty(ring), 1);
 }
 
-TEST_F(Ring, ThatCannotBeMadeIsNullAndLeavesErrnoAlone) {
+TEST_F(Ring, OfSizeZeroIsAlwaysEmptyAndAlwaysFull) {
+    RingDelete(ring);
+    ring = RingCreate(0);
+    EXPECT_EQ(Put("x"), 0);
+    EXPECT_EQ(Get(1), "untouched");
+    EXPECT_EQ(RingIsEmpty(ring), 1);
+    EXPECT_EQ(RingIsFull(ring), 1);
+}
+
+TEST_F(Ring, ThatCannotBeMadeIsNullWhichAllCallsTakeAndLeavesErrnoAlone) {
     errno = 0;
     EXPECT_EQ(RingCreate(-1), nullptr);
     EXPECT_EQ(WithMemoryFor(0, [] { return RingCreate(64); }), nullptr);
     EXPECT_EQ(errno, 0);
+    EXPECT_EQ(RingBufPut(nullptr, "x", 1), -1);
+    EXPECT_EQ(RingBufGet(nullptr, nullptr, 1), -1);
+    EXPECT_EQ(RingFreeBytes(nullptr), -1);
+    EXPECT_EQ(RingNBytes(nullptr), -1);
+    EXPECT_EQ(RingIsEmpty(nullptr), 0);
+    EXPECT_EQ(RingIsFull(nullptr), 0);
+    RingFlush(nullptr);
+    RingDelete(nullptr);
 }
 
 TEST_F(Ring, KeepsOutWhileAProgramHoldsItsLock) {
