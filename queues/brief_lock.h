@@ -10,7 +10,8 @@
 // only while the state is "awaited", so no Unlock fails to wake it.
 //
 // What a thread does before Unlock is seen by the thread that locks next: Unlock is a release, and
-// each step that takes the lock is an acquire.
+// each step that takes the lock is an acquire. Unlock is sequentially consistent as well:
+// notify_one looks whether a thread sleeps, and that look must not come before the lock is free.
 #pragma once
 
 #include "frame/errno_kept.h"
@@ -37,7 +38,7 @@ public:
     void Unlock() {
         if (IsAlone()) {
             m_state.store(kFree, relaxed);
-        } else if (m_state.exchange(kFree, std::memory_order_release) == kAwaited) {
+        } else if (m_state.exchange(kFree, std::memory_order_seq_cst) == kAwaited) {
             m_state.notify_one();
         }
     }

@@ -59,9 +59,11 @@ bool ObjectUse::Begin() {
     return false;
 }
 
-// Release; pairs with the acquire in WaitUntilUnused. The memory of the object may go after that.
+// A release; it pairs with the acquire in WaitUntilUnused. The memory of the object may go after
+// that. It is sequentially consistent as well: notify_all looks whether a thread sleeps, and that
+// look must not come before the change.
 void ObjectUse::End() {
-    if ((m_uses.fetch_sub(kOneUse, std::memory_order_release) & kForbidden) != 0) {
+    if ((m_uses.fetch_sub(kOneUse, std::memory_order_seq_cst) & kForbidden) != 0) {
         m_uses.notify_all();
     }
 }
@@ -87,7 +89,7 @@ void ObjectUse::WaitUntilUnused() const {
 
 void ObjectUse::BecomeCallingThreads() {
     t_ofCallingThread = this;
-    m_kernelId.store(KernelIdOfCallingThread(), relaxed);
+    m_kernelId.store(KernelIdOfCallingThread(), std::memory_order_seq_cst); // as in End
     m_kernelId.notify_all();
 }
 
