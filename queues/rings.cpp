@@ -105,7 +105,9 @@ int RingBufGet(RingBuffer* ring, char* buffer, int nBytes) {
         int const amount = std::clamp(nBytes, 0, held.m_count);
         int const first = std::min(amount, held.m_size - held.m_getIndex);
         Copy(buffer, held.m_store + held.m_getIndex, first);
-        Copy(buffer + first, held.m_store, amount - first);
+        if (first < amount) {
+            Copy(buffer + first, held.m_store, amount - first);
+        }
         held.m_getIndex = Advance(held, held.m_getIndex, amount);
         held.m_count -= amount;
         return amount;
@@ -117,7 +119,9 @@ int RingBufPut(RingBuffer* ring, char const* buffer, int nBytes) {
         int const amount = std::clamp(nBytes, 0, held.m_size - held.m_count);
         int const first = std::min(amount, held.m_size - held.m_putIndex);
         Copy(held.m_store + held.m_putIndex, buffer, first);
-        Copy(held.m_store, buffer + first, amount - first);
+        if (first < amount) {
+            Copy(held.m_store, buffer + first, amount - first);
+        }
         held.m_putIndex = Advance(held, held.m_putIndex, amount);
         held.m_count += amount;
         return amount;
