@@ -8,12 +8,12 @@
 // The end of an event wakes the threads that wait, and returns when they have left. It also waits
 // for calls that still have to wake somebody, because a woken thread may end the event.
 //
-// A signal to a thread that waits on an auto-reset event is the wake-up of the condition: the state
-// stays clear, so nothing makes up for a wake-up that the system loses. glibc before 2.41 may lose
-// one, while at least two threads are inside a wait on the condition. Two remedies were weighed. To
+// If a thread waits on an auto-reset event, the wake-up of the condition is the signal. The state
+// stays clear. So nothing makes up for a wake-up that the system loses. glibc before 2.41 may lose
+// one while at least two threads are inside a wait on the condition. Two remedies were weighed. To
 // wake all threads for each signal costs a change of threads for each of them. To look again after
-// some time wakes threads of a program that rests. So the case is told in docs/promises.md, and the
-// library lets one thread wait on each event of its own.
+// some time wakes threads of a program that rests. So docs/promises.md tells of the case. On the
+// library's own events no two threads wait at once.
 //
 // Lock order: the mutex is innermost. Nothing is taken under it.
 #pragma once

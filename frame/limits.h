@@ -9,8 +9,8 @@ namespace verrick {
 // the size of public records depends on it.
 constexpr std::size_t kPathElements = 4096;
 
-// Elements of the paths that a directory listing works on: one more than a path needs, so that it
-// takes the directory, the slash that is cut off behind it, and the terminator.
+// Elements of the paths that a directory listing works on. It is one more than a path needs: for
+// the directory, the slash after it that is cut off, and the terminator.
 constexpr std::size_t kListingPathElements = kPathElements + 1;
 
 // Bytes of the smallest stack that a thread object asks for. The system refuses less than its

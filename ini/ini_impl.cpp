@@ -123,8 +123,9 @@ struct DIniImpl::Steps {
         return found;
     }
 
-    // What the lists share. find leads to the first entry, next to each further one. add stores an
-    // entry at the position, with no terminator above limit, and returns whether it fitted whole.
+    // What the lists share. find leads to the first entry, and next leads to each further one. add
+    // stores an entry at the position, without a terminator beyond limit. It returns whether the
+    // entry fitted whole.
     template<typename Find, typename Next, typename Add>
     static unsigned int List(DIniImpl& ini, wchar_t* out, unsigned int size, Find find, Next next,
                              Add add) {

@@ -38,8 +38,9 @@ public:
      * Ends the event. Wakes every thread that is blocked in Wait, and returns when they have left.
      * Each of them gets WAIT_RESULT_OK. Not a cancellation point.
      *
-     * No other thread may be inside a call or on its way in, with two exceptions: threads that are
-     * blocked in Wait, and the Signal that has just let the calling thread through.
+     * No other thread may be inside a call or about to enter one. There are two exceptions. Threads
+     * may be blocked in Wait. And the Signal that let the calling thread through may still be
+     * returning.
      */
     virtual ~IEvent();
 

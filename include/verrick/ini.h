@@ -178,8 +178,8 @@ private:
 };
 
 /**
- * The implementation of DIni. A class may derive from it to open files in its own way: each
- * operation calls Open first, and an edit that moves bytes calls it twice more before it changes
+ * The implementation of DIni. A class may derive from it to open files in its own way. Each
+ * operation calls Open first. An edit that moves bytes calls it twice more before it changes
  * anything. If one of these calls leaves no open file, the edit returns 0.
  */
 class VERRICK_API DIniImpl : public IIni {

@@ -12,16 +12,16 @@
  *
  * Destruction: a parked thread is ended and joined. A started one that isn't in Run yet never gets
  * there and never touches the object again. A thread in Run is detached and runs on until Run
- * returns. So a class whose Run uses its own members tells Run to end and waits for it in its own
- * destructor: DThread's comes too late, because the members are gone by then.
+ * returns. So a class whose Run uses its own members must wait for it in its own destructor, after
+ * telling it to end. DThread's destructor comes too late, because the members are gone by then.
  *
  * "Not in Run yet" means: when Kill or DThread's destructor begins. The thread may still get into
  * Run while the destructors of the derived classes are at work. A destructor that waits for Run, as
  * above, counts on that.
  *
- * Threads: all operations may be called from any thread, and at the same time, but SetName must not
- * overlap the use of GetName's text. Run may destroy its own object. Apart from that the destructor
- * comes last: no other call on the object is under way then.
+ * Threads: all operations may be called from any thread, and at the same time. Only SetName must
+ * not overlap the use of GetName's text. Run may destroy its own object. Apart from that the
+ * destructor comes last: no other call on the object is under way then.
  *
  * After a fork the child has none of these threads. Don't use or destroy their objects there: what
  * waits for the end of a thread would wait for ever.
