@@ -34,6 +34,8 @@ def read_medians(folder):
     """Gives {group: {contender: nanoseconds}}."""
     groups = {}
     for path in sorted(folder.glob("*.json")):
+        if path.stat().st_size == 0:
+            continue  # the program has no benchmark that was asked for
         for run in json.loads(path.read_text())["benchmarks"]:
             if run.get("aggregate_name") != "median":
                 continue

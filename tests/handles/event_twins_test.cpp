@@ -126,6 +126,7 @@ TYPED_TEST(HandOff, LosesNoSignalAndShowsWhatWasWrittenBeforeIt) {
     });
     for (int round = 1; round <= rounds; ++round) {
         while (round % 2 == 0 ? !filled.Wait(-1) : !filled.Wait(0)) { // with and without the lock
+            std::this_thread::yield();
         }
         ASSERT_EQ(slot, round);
         emptied.Signal();
