@@ -311,10 +311,9 @@ RunFunction DThreadImpl::Steps::AwaitRun(DThreadImpl& impl) {
 //
 // 1. The Run of the whole object. It is the right one, also while the body of the most derived
 //    destructor goes on: that one may be waiting for Run to end.
-// 2. The Run of a base of the application's, whose destructor or constructor has begun. That is
-// what
-//    a virtual call reaches then. A class that is safe to destroy while a thread may be in Run is
-//    just as safe here.
+// 2. The Run of a base of the application's, whose destructor or constructor has begun. A virtual
+//    call reaches the same one then. A class that is safe to destroy while a thread may be in Run
+//    is just as safe here.
 // 3. A pure Run: the object is still being built, or DThread's destructor has begun, or that of a
 //    class without a Run. The thread looks again until there is a Run or the object lets it go.
 //

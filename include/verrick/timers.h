@@ -22,8 +22,8 @@
  *
  * Signals. Both threads block all signals, so no signal handler runs there. A fault in a listener,
  * such as SIGSEGV, ends the process without its handler, unless the listener unblocks that signal.
- * A DThread or a ThreadSpawn task that a listener starts has the signal mask of the thread that
- * built the service. All else that a listener starts inherits the full mask.
+ * A DThread or a ThreadSpawn task that a listener creates has the signal mask of the thread that
+ * built the service. All else that a listener creates inherits the full mask.
  *
  * Lifetime. The service keeps the pointer of a listener and never deletes it. A listener must live
  * until Destroy has returned for each of its timers, or until DTimeManager::DestroyInstance has

@@ -161,11 +161,12 @@ TEST_F(TimerClock, ALateTickIsNotMadeUp) {
 }
 
 TEST_F(TimerClock, AFiredOneShotTimerIsInactiveUntilDestroy) {
-    Create(1, 0, TIMER_INACTIVE);
-    EXPECT_EQ(Tick(2), Ids{});
+    Create(1, 30, TIMER_INACTIVE);
+    EXPECT_EQ(Tick(4), Ids{});
     EXPECT_FALSE(Service().Deactivate(&listener, 1));
     EXPECT_TRUE(Service().Activate(&listener, 1));
     EXPECT_FALSE(Service().Activate(&listener, 1));
+    EXPECT_EQ(Tick(2), Ids{}); // its whole period begins then
     EXPECT_EQ(Tick(2), Ids{1});
     EXPECT_FALSE(Create(1, 0));
     EXPECT_TRUE(Service().Destroy(&listener, 1));

@@ -170,7 +170,7 @@ T& LivesOn() {
     return objects.emplace_back();
 }
 
-TEST(Timers, DestroyInstanceLetsAListenerGoThatNeverReturns) {
+TEST(Timers, DestroyAndDestroyInstanceGiveUpOnACallThatNeverReturns) {
     auto& gate = LivesOn<Gate>();
     auto& isOver = LivesOn<std::atomic<bool>>();
     auto& listener = LivesOn<Listener>();
@@ -180,6 +180,7 @@ TEST(Timers, DestroyInstanceLetsAListenerGoThatNeverReturns) {
     };
     DTimeManager::GetInstance(10)->CreateRelativeTimer(&listener, 1, 10, 0, TIMER_REPEAT);
     listener.noted.Await(1);
+    EXPECT_TRUE(DTimeManager::GetInstance(10)->Destroy(&listener, 1));
     DTimeManager::DestroyInstance();
     EXPECT_FALSE(isOver);
     gate.Open();
