@@ -2,6 +2,7 @@
 // at which a test steps in between the library and the C library.
 #pragma once
 
+#include <verrick/thread.h>
 #include <verrick/time_primitives.h>
 #include <verrick/timers.h>
 
@@ -9,6 +10,7 @@
 #include <condition_variable>
 #include <dlfcn.h>
 #include <functional>
+#include <future>
 #include <mutex>
 #include <vector>
 
@@ -44,6 +46,21 @@ public:
 
 private:
     Recorder<bool> m_opened;
+};
+
+// Returns whether a call on another thread is over by then.
+template<class Result>
+bool IsOver(std::future<Result> const& call, int afterMs = 100) {
+    return call.wait_for(std::chrono::milliseconds(afterMs)) == std::future_status::ready;
+}
+
+struct Thread : DThread {
+    explicit Thread(std::function<void()> run, char const* name = "tested", int priority = 0,
+                    int stackSize = 0)
+        : DThread(name, priority, stackSize, 0), body(std::move(run)) {}
+    void Run() override { std::function<void()>{body}(); } // the object may go meanwhile
+
+    std::function<void()> const body;
 };
 
 using Ids = std::vector<unsigned int>;
