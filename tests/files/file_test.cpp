@@ -3,7 +3,6 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace {
 
@@ -58,16 +57,6 @@ TEST_F(File, TellsWhyItDoesNotOpen) {
     EXPECT_EQ(root ? seteuid(0) : chmod(".", 0700), 0);
 }
 
-TEST_F(File, IsClosedByItsDestructor) {
-    int const next = NextDescriptor();
-    {
-        DFile other;
-        ASSERT_EQ(other.Open("file", FILE_MODE_WRITE), FILE_STATUS_OK);
-        EXPECT_NE(fcntl(next, F_GETFD), -1);
-    }
-    EXPECT_EQ(fcntl(next, F_GETFD), -1);
-}
-
 TEST_F(File, OpensAWholeNameAndForgetsItWithClose) {
     std::string const name(60, 'n');
     ASSERT_EQ(file.Open(name.c_str(), FILE_MODE_WRITE), FILE_STATUS_OK);
@@ -105,16 +94,6 @@ TEST_F(File, TellsOfALostWriteAfterAFlush) {
     EXPECT_EQ(Write(""), FILE_STATUS_FAILED) << "a seek leaves the mark";
     file.Size();
     EXPECT_EQ(Write(""), FILE_STATUS_OK) << "Size drops it";
-}
-
-TEST_F(File, CountsBufferedBytesAndFlushesThem) {
-    ASSERT_EQ(file.Open("file", FILE_MODE_WRITE), FILE_STATUS_OK);
-    Write("new");
-    EXPECT_EQ(file.Size(), 3);
-    Write("er");
-    EXPECT_EQ(fs::file_size("file"), 3u);
-    file.Flush();
-    EXPECT_EQ(fs::file_size("file"), 5u);
 }
 
 TEST_F(File, HasNoSizeOrPositionWhereAnIntHasNone) {

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <dlfcn.h>
 #include <fcntl.h>
-#include <string>
+#include <initializer_list>
 #include <sys/stat.h>
 
 template<class Call, class What>
@@ -14,11 +14,8 @@ void Print(Call call, What what) {
     std::memset(&record, 0xA5, sizeof record);
     errno = 0;
     int const result = call(what, &record);
-    std::printf("%d errno %d ", result, errno);
-    for (unsigned char const byte : std::string(reinterpret_cast<char*>(&record), sizeof record)) {
-        std::printf("%02x", byte);
-    }
-    std::puts("");
+    std::printf("%d errno %d\n", result, errno);
+    std::fwrite(&record, sizeof record, 1, stdout);
 }
 
 int main(int argc, char** argv) {

@@ -82,35 +82,29 @@ constexpr int kProcesses = 4;
 constexpr int kThreads = 4;
 constexpr int kCounts = 25;
 
-// Counts up in two keys, whose texts change their length and never differ.
-void CountUp(wchar_t const* file) {
-    wchar_t first[64];
-    wchar_t second[64];
-    for (int count = 0; count < kCounts; ++count) {
-        {
-            IniFileLock const reading(file, IniFileLock::Shared, kForEver);
-            GetPrivateProfileString(L"a", L"first", L"", first, 64, file);
-            GetPrivateProfileString(L"b", L"second", L"", second, 64, file);
-            EXPECT_STREQ(first, second);
-        }
-        IniFileLock const writing(file, IniFileLock::Exclusive, kForEver);
-        GetPrivateProfileString(L"a", L"first", L"", first, 64, file);
-        long const next = std::wcstol(first, nullptr, 10) + 1;
-        std::wstring const value = std::to_wstring(next) + std::wstring(next % 40, L'.');
-        WritePrivateProfileString(L"a", L"first", value.c_str(), file);
-        WritePrivateProfileString(L"b", L"second", value.c_str(), file);
-    }
-}
-
 TEST_F(IniFileLocks, EditsOfProcessesAndThreadsAreAllKeptAndNeverSeenHalfDone) {
     Store("[a]\nfirst=0\nx=1\n[b]\nsecond=0\n");
+    // Counts up in two keys, whose texts change their length and never differ.
     std::wstring const name = Name();
+    auto const countUp = [&] {
+        for (int count = 0; count < kCounts; ++count) {
+            {
+                IniFileLock const reading(name.c_str(), IniFileLock::Shared, kForEver);
+                EXPECT_EQ(Value(L"a", L"first"), Value(L"b", L"second"));
+            }
+            IniFileLock const writing(name.c_str(), IniFileLock::Exclusive, kForEver);
+            long const next = std::stol(Value(L"a", L"first")) + 1;
+            std::wstring const value = std::to_wstring(next) + std::wstring(next % 40, L'.');
+            WritePrivateProfileString(L"a", L"first", value.c_str(), name.c_str());
+            WritePrivateProfileString(L"b", L"second", value.c_str(), name.c_str());
+        }
+    };
     for (int process = 0; process < kProcesses; ++process) {
         if (fork() == 0) {
             {
                 std::vector<std::jthread> threads;
                 for (int thread = 0; thread < kThreads; ++thread) {
-                    threads.emplace_back(CountUp, name.c_str());
+                    threads.emplace_back(countUp);
                 }
             }
             _exit(HasFailure() ? 1 : 0);

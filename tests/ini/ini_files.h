@@ -1,31 +1,19 @@
 // A folder with one INI file, for the tests of this folder.
 #pragma once
 
+#include "tests/files/scratch.h"
 #include <verrick/ini.h>
 
-#include <gtest/gtest.h>
-
-#include <clocale>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <iterator>
-#include <string>
 
 class IniFiles : public testing::Test {
 protected:
-    void SetUp() override {
-        ASSERT_NE(std::setlocale(LC_CTYPE, "C.UTF-8"), nullptr);
-        ASSERT_NE(mkdtemp(folder.data()), nullptr);
-    }
-    void TearDown() override { std::filesystem::remove_all(folder); }
-
-    std::string Path(char const* file = "/f\u00fc.ini") const { return folder + file; }
+    std::string Path(char const* file = "/f\u00fc.ini") const { return scratch.path + file; }
     std::wstring Name(wchar_t const* file = L"/f\u00fc.ini") const {
-        return std::wstring(folder.begin(), folder.end()) + file;
+        return std::wstring(scratch.path.begin(), scratch.path.end()) + file;
     }
 
-    void Store(std::string const& text) const { std::ofstream(Path(), std::ios::binary) << text; }
+    void Store(std::string const& text) const { WriteFile(Path(), text); }
     std::string Stored() const {
         std::ifstream file(Path(), std::ios::binary);
         return {std::istreambuf_iterator<char>(file), {}};
@@ -38,7 +26,8 @@ protected:
         return out;
     }
 
-    std::string folder = testing::TempDir() + "ini_XXXXXX";
+    Utf8Locale const utf8;
+    Scratch const scratch;
 };
 
 // One change. Without a key it writes the section whole, without a value it deletes.
