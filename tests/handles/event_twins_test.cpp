@@ -22,29 +22,25 @@ extern "C" int pthread_mutexattr_settype(pthread_mutexattr_t* attribute, int kin
 
 // Outside of a namespace, because their names become part of the tests' names.
 
-class ObjectEvent {
-public:
-    explicit ObjectEvent(bool autoReset = true) : m_event(false, autoReset) {}
-    void Signal() { m_event.Signal(); }
-    void Reset() { m_event.Reset(); }
-    bool Wait(int timeoutMs) { return m_event.Wait(timeoutMs) == WAIT_RESULT_OK; }
+struct ObjectEvent {
+    explicit ObjectEvent(bool autoReset = true) : event(false, autoReset) {}
+    void Signal() { event.Signal(); }
+    void Reset() { event.Reset(); }
+    bool Wait(int timeoutMs) { return event.Wait(timeoutMs) == WAIT_RESULT_OK; }
 
-private:
-    DEventImpl m_event;
+    DEventImpl event;
 };
 
-class HandleEvent {
-public:
-    explicit HandleEvent(bool autoReset = true) : m_event(0, autoReset ? 0 : 1) {}
-    ~HandleEvent() { m_event.CloseHandle(); }
-    void Signal() { EXPECT_EQ(SetEvent(&m_event), 1); }
-    void Reset() { EXPECT_EQ(ResetEvent(&m_event), 1); }
+struct HandleEvent {
+    explicit HandleEvent(bool autoReset = true) : event(0, autoReset ? 0 : 1) {}
+    ~HandleEvent() { event.CloseHandle(); }
+    void Signal() { EXPECT_EQ(SetEvent(&event), 1); }
+    void Reset() { EXPECT_EQ(ResetEvent(&event), 1); }
     bool Wait(int timeoutMs) {
-        return WaitForSingleObject(&m_event, static_cast<unsigned int>(timeoutMs)) == WAIT_OBJECT_0;
+        return WaitForSingleObject(&event, static_cast<unsigned int>(timeoutMs)) == WAIT_OBJECT_0;
     }
 
-private:
-    XEvent m_event;
+    XEvent event;
 };
 
 struct ObjectSemaphore {
@@ -63,6 +59,23 @@ struct HandleSemaphore {
 
 namespace {
 
+// Threads that wait on the event, which all will be let through by its end at the latest.
+template<class Event>
+struct BlockedThreads {
+    explicit BlockedThreads(Event& event) {
+        for (int const timeoutMs : {-1, 60000, -1}) {
+            threads.emplace_back([this, &event, timeoutMs] {
+                EXPECT_TRUE(event.Wait(timeoutMs));
+                ++freed;
+            });
+        }
+        AwaitOthersAsleep();
+    }
+
+    std::atomic<int> freed{0};
+    std::vector<std::jthread> threads;
+};
+
 template<class Event>
 class EventTwins : public testing::Test {};
 
@@ -75,36 +88,14 @@ class HandOff : public testing::Test {};
 using Signals = testing::Types<ObjectEvent, HandleEvent, ObjectSemaphore, HandleSemaphore>;
 TYPED_TEST_SUITE(HandOff, Signals);
 
-TYPED_TEST(EventTwins, RememberOneSignalForOneWaitOrUntilTheReset) {
-    for (bool const autoReset : {true, false}) {
-        TypeParam event(autoReset);
-        EXPECT_FALSE(event.Wait(0));
-        event.Signal();
-        event.Signal();
-        EXPECT_TRUE(event.Wait(-1));
-        EXPECT_EQ(event.Wait(0), !autoReset);
-        event.Signal();
-        event.Reset();
-        EXPECT_FALSE(event.Wait(1));
-    }
-}
-
 TYPED_TEST(EventTwins, FreeOneBlockedThreadOrAllWithASignalAndTheRestAtTheirEnd) {
     for (bool const autoReset : {true, false}) {
         auto* const event = new TypeParam(autoReset);
-        std::atomic<int> freed{0};
-        std::vector<std::jthread> threads;
-        for (int const timeoutMs : {-1, 60000, -1}) {
-            threads.emplace_back([&, timeoutMs] {
-                EXPECT_TRUE(event->Wait(timeoutMs));
-                ++freed;
-            });
-        }
-        AwaitOthersAsleep();
+        BlockedThreads const waiters(*event);
         event->Signal();
         event->Reset(); // holds up nobody who was waiting
         AwaitOthersAsleep();
-        EXPECT_EQ(freed, autoReset ? 1 : 3);
+        EXPECT_EQ(waiters.freed, autoReset ? 1 : 3);
         EXPECT_FALSE(event->Wait(0));
         delete event;
     }
@@ -144,6 +135,21 @@ TYPED_TEST(EventTwins, AWaiterMayEndTheEventThatHasJustLetItThrough) {
     }
 }
 
+TEST(EventHandle, APulseFreesOneBlockedThreadOfEitherKindAndLeavesTheEventUnsignalled) {
+    for (bool const autoReset : {true, false}) {
+        HandleEvent event(autoReset);
+        event.Signal();
+        EXPECT_EQ(PulseEvent(&event.event), 1);
+        BlockedThreads const waiters(event);
+        EXPECT_EQ(waiters.freed, 0);
+        EXPECT_EQ(PulseEvent(&event.event), 1);
+        AwaitOthersAsleep();
+        EXPECT_EQ(waiters.freed, 1);
+        EXPECT_FALSE(event.Wait(0));
+        event.event.CloseHandle();
+    }
+}
+
 TYPED_TEST(EventTwins, GetAMutexWhateverItsAttributesSay) {
     alignas(TypeParam) unsigned char memory[sizeof(TypeParam)];
     std::memset(memory, 0xFF, sizeof memory);
@@ -174,18 +180,14 @@ TYPED_TEST(EventTwins, ACancelledWaiterPutsBackASignalThatNobodyElseWillHave) {
 
 TYPED_TEST(EventTwins, ACancelledThreadEndsAnEventWithItsWaitersAllTheSame) {
     auto* const event = new TypeParam;
-    std::vector<std::jthread> threads;
-    for (int i = 0; i < 20; ++i) {
-        threads.emplace_back([event] { EXPECT_TRUE(event->Wait(-1)); });
-    }
-    AwaitOthersAsleep();
+    BlockedThreads const waiters(*event);
     bool ended = false;
-    threads.emplace_back([&] {
+    std::thread destroyer([&] {
         pthread_cancel(pthread_self());
         delete event;
         ended = true;
     });
-    threads.clear(); // joins them
+    destroyer.join();
     EXPECT_TRUE(ended);
 }
 

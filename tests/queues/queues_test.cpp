@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <cerrno>
 #include <climits>
 #include <csignal>
@@ -99,45 +98,39 @@ TEST_F(MessageQueue, StartsTheTimeAnewForACallThatAMoveWakesInVain) {
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(600));
 }
 
-static std::atomic<bool> s_isHeldUp;
-static std::atomic<bool> s_goesOn;
+static MsgQueue* s_queue = nullptr;
 
-static void HoldUp(int /*signal*/) {
-    s_isHeldUp = true;
-    while (!s_goesOn) {
-        Sleep(1);
-    }
+// The thread that handles the signal waits in a receive. Its own message wakes it.
+static void SendAndBeCancelled(int /*signal*/) {
+    EXPECT_EQ(MsgQSend(s_queue, "one", 3, 0, 0), 0);
+    pthread_cancel(pthread_self());
+    pthread_testcancel();
 }
 
 TEST_F(MessageQueue, PassesOnTheWakeUpOfACancelledReceiver) {
-    s_isHeldUp = false;
-    s_goesOn = false;
-    std::signal(SIGUSR1, HoldUp);
-    auto const receive = [](void* shared) -> void* {
-        MsgQReceive(static_cast<MsgQueue*>(shared), nullptr, 0, INFINITE);
+    s_queue = queue;
+    std::signal(SIGUSR1, SendAndBeCancelled);
+    auto const receive = [](void*) -> void* {
+        MsgQReceive(s_queue, nullptr, 0, INFINITE);
         return nullptr;
     };
     pthread_t cancelled{};
-    ASSERT_EQ(pthread_create(&cancelled, nullptr, receive, queue), 0);
+    ASSERT_EQ(pthread_create(&cancelled, nullptr, receive, nullptr), 0);
     AwaitOthersAsleep();
     auto receiver = ReceiveInAThread(INFINITE);
     AwaitOthersAsleep();
     pthread_kill(cancelled, SIGUSR1);
-    while (!s_isHeldUp) {
-        Sleep(1);
-    }
-    EXPECT_EQ(Send("one"), 0); // wakes the thread that is held up
-    pthread_cancel(cancelled);
-    s_goesOn = true;
     EXPECT_EQ(receiver.get(), "one");
     pthread_join(cancelled, nullptr);
 }
 
-TEST_F(MessageQueue, KeepsOutWhileAProgramHoldsItsLockEvent) {
+TEST_F(MessageQueue, KeepsEveryCallOutWhileAProgramHoldsItsLockEvent) {
     Send("x");
     EXPECT_TRUE(WasSet(queue->m_lockEvent));
     auto receiver = ReceiveInAThread(0);
-    AwaitOthersAsleep();
+    std::jthread const first([this] { Send("y"); });
+    std::jthread const second([this] { Send("z"); });
+    AwaitOthersAsleep(); // one waits for the event, and the others for that one
     EXPECT_EQ(MsgQNumMsgs(queue), 1);
     SetEvent(queue->m_lockEvent);
     EXPECT_EQ(receiver.get(), "x");

@@ -3,7 +3,21 @@
 
 #include <gtest/gtest.h>
 
+#include <future>
 #include <thread>
+
+TEST(CriticalSection, DoesNotNestAndIsFreedByItsHolderAlone) {
+    DCriticalSection section;
+    section.Enter();
+    section.Enter(); // doesn't count
+    std::thread([&] { section.Leave(); }).join();
+    auto other = std::async(std::launch::async, [&] { DMonitor const monitor(section); });
+    EXPECT_EQ(other.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
+    section.Leave();
+    other.get(); // a lock that is kept shows as the test's own time-out
+    section.Enter();
+    section.Leave();
+}
 
 TEST(CriticalSectionTwins, DifferInTryingInNullAndInTheComplaintAboutAFailedLeave) {
     CRITICAL_SECTION section;
