@@ -198,13 +198,6 @@ TEST_F(IniEdits, AnInterruptedOrShortTransferGoesOn) {
     });
 }
 
-TEST_F(IniEdits, AnInterruptedLookUpGoesOn) {
-    Store("[a]\nk=1\n");
-    Disturb(Disturbance::kInterruption, 0);
-    EXPECT_EQ(Value(L"a", L"k"), L"1");
-    EXPECT_TRUE(g_disturbed.happened);
-}
-
 TEST_F(IniEdits, ShortMemoryLeavesTheFileAsItWas) {
     std::string const before = TextOfSize(270000);
     Store(before);
