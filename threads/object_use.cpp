@@ -3,8 +3,6 @@
 #include "frame/relaxed.h"
 #include <verrick/thread.h>
 
-#include <ctime>
-#include <pthread.h>
 #include <unistd.h>
 
 namespace verrick {
@@ -16,15 +14,6 @@ constexpr unsigned int kOneUse = 2;
 // The model lets the thread get at it without an allocation, also where the library was loaded at
 // run time.
 __attribute__((tls_model("initial-exec"))) thread_local ObjectUse* t_ofCallingThread = nullptr;
-
-// Returns what gettid returns, but without its call of the kernel, which every new thread would pay
-// for. The C library keeps the id. It shows it in the number of the thread's processor-time clock:
-// the kernel takes the id's complement in all bits but the lowest three.
-int KernelIdOfCallingThread() {
-    constexpr int bitsBelowId = 3;
-    clockid_t clock = 0;
-    return pthread_getcpuclockid(pthread_self(), &clock) == 0 ? ~(clock >> bitsBelowId) : gettid();
-}
 
 } // namespace
 
@@ -89,7 +78,7 @@ void ObjectUse::WaitUntilUnused() const {
 
 void ObjectUse::BecomeCallingThreads() {
     t_ofCallingThread = this;
-    m_kernelId.store(KernelIdOfCallingThread(), std::memory_order_seq_cst); // as in End
+    m_kernelId.store(gettid(), std::memory_order_seq_cst); // as in End
     m_kernelId.notify_all();
 }
 
