@@ -37,12 +37,16 @@ std::uint32_t Draw() {
 }
 
 // Disables cancellation because the wrapped call may not be a cancellation point, and nanosleep is.
+// It calls the C library's function even if the program has one of that name: a test may hold a
+// thread up there, but here the thread may have a lock.
 void Sleep(std::uint32_t draw) {
+    static auto* const setCancelState = reinterpret_cast<decltype(&pthread_setcancelstate)>(
+        dlsym(RTLD_NEXT, "pthread_setcancelstate"));
     int state = 0;
-    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &state);
+    setCancelState(PTHREAD_CANCEL_DISABLE, &state);
     timespec const time{0, static_cast<long>(draw % kLongestSleepNs)};
     nanosleep(&time, nullptr);
-    pthread_setcancelstate(state, nullptr);
+    setCancelState(state, nullptr);
 }
 
 void GiveATurn() {
