@@ -13,11 +13,10 @@ pthread_t const g_tester = pthread_self();
 // A new thread's last call before it parks.
 extern "C" int pthread_setcancelstate(int state, int* old) {
     static auto* const real = Real(pthread_setcancelstate, "pthread_setcancelstate");
-    if (pthread_equal(pthread_self(), g_tester) == 0) {
-        if (Gate* const gate = g_insideObject.exchange(nullptr)) {
-            g_insideObject.notify_all();
-            gate->Pass();
-        }
+    bool const isTester = pthread_equal(pthread_self(), g_tester) != 0;
+    if (Gate* const gate = isTester ? nullptr : g_insideObject.exchange(nullptr)) {
+        g_insideObject.notify_all();
+        gate->Pass();
     }
     return real(state, old);
 }

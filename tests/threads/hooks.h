@@ -48,10 +48,10 @@ private:
     Recorder<bool> m_opened;
 };
 
-// Returns whether a call on another thread is over by then.
+// Returns whether a call on another thread is over, or will be soon.
 template<class Result>
-bool IsOver(std::future<Result> const& call, int afterMs = 100) {
-    return call.wait_for(std::chrono::milliseconds(afterMs)) == std::future_status::ready;
+bool IsOver(std::future<Result> const& call) {
+    return call.wait_for(std::chrono::milliseconds(100)) == std::future_status::ready;
 }
 
 struct Thread : DThread {

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include "hooks.h"
+#include "tests/support/asleep.h"
 #include "tests/support/memory.h"
 
 namespace {
@@ -205,13 +206,10 @@ TEST(Thread, DoesNotEndWhileItsPriorityIsBeingChanged) {
 TEST(Thread, RunMayEndItsThreadAndThenAChangeOfPriorityLeavesItAlone) {
     Thread thread([] { pthread_exit(nullptr); });
     thread.Start();
-    bool isTouched = true;
-    for (int i = 0; i < 1000 && isTouched; ++i) {
-        Sleep(10);
-        isTouched = false;
-        g_beforePriority = [&] { isTouched = true; };
-        EXPECT_EQ(thread.SetPriority(1), 1);
-    }
+    AwaitOthersAsleep(); // it has ended
+    bool isTouched = false;
+    g_beforePriority = [&] { isTouched = true; };
+    EXPECT_EQ(thread.SetPriority(1), 1);
     g_beforePriority = {};
     EXPECT_FALSE(isTouched);
     EXPECT_EQ(thread.WaitForThreadDeath(0), WAIT_RESULT_OK);

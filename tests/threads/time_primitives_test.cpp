@@ -61,7 +61,6 @@ TEST(TimePrimitives, APeriodIsTheNextMultipleOfTenAboveTheResolution) {
         EXPECT_EQ(g_slept.tv_usec, row.periodMs * 1000);
         DTimeManagerImplCallouts__DestroyPeriodicTimer(&timer);
         EXPECT_EQ(timer, nullptr);
-        DTimeManagerImplCallouts__DestroyPeriodicTimer(&timer); // nothing is left to free
     }
 }
 
