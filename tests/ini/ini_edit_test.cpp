@@ -19,7 +19,7 @@
 // disturbed.
 namespace {
 
-enum class Disturbance { kNone, kFailure, kInterruption, kShortTransfer, kKill };
+enum class Disturbance { kNone, kFailure, kFailureAfterHalf, kInterruption, kShortTransfer, kKill };
 
 thread_local struct {
     Disturbance kind;
@@ -31,7 +31,8 @@ void Disturb(Disturbance kind, int callsBefore) {
     g_disturbed = {kind, callsBefore, false};
 }
 
-// Returns whether the system makes the call. A short transfer gets half the size.
+// Returns whether the system makes the call. A short transfer gets half the size. After half of a
+// failing one the next call fails.
 bool PassesOn(size_t* size) {
     if (g_disturbed.kind == Disturbance::kNone || g_disturbed.callsBefore-- != 0) {
         return true;
@@ -42,6 +43,11 @@ bool PassesOn(size_t* size) {
     }
     errno = g_disturbed.kind == Disturbance::kInterruption ? EINTR : EIO;
     *size = (*size + 1) / 2;
+    if (g_disturbed.kind == Disturbance::kFailureAfterHalf && *size > 0) {
+        Disturb(Disturbance::kFailure, 0);
+        g_disturbed.happened = true;
+        return true;
+    }
     return g_disturbed.kind == Disturbance::kShortTransfer;
 }
 
@@ -166,6 +172,7 @@ TEST_F(IniEdits, AFailedCallFailsTheEditAndLeavesTheFileAsItWas) {
     ForEachEdit([&](Edit const& edit, std::string const& before, std::string const&) {
         auto const isUnchanged = [&] { return Stored() == before; };
         DisturbEachCall(Disturbance::kFailure, edit, before, 0, isUnchanged);
+        DisturbEachCall(Disturbance::kFailureAfterHalf, edit, before, 0, isUnchanged);
     });
 }
 

@@ -1,9 +1,11 @@
 #include "tests/ini/ini_files.h"
+#include "tests/support/asleep.h"
 
 #include <verrick/ini_file_lock.h>
 
 #include <cerrno>
 #include <chrono>
+#include <fcntl.h>
 #include <memory>
 #include <sys/wait.h>
 #include <thread>
@@ -46,6 +48,15 @@ TEST_F(IniFileLocks, AWaitEndsAtItsTime) {
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(50));
 }
 
+TEST_F(IniFileLocks, AWaitingWriterKeepsNewReadersOut) {
+    auto reader = std::make_unique<IniFileLock>(Name().c_str(), IniFileLock::Shared, 0);
+    std::jthread const writer(
+        [this] { IniFileLock(Name().c_str(), IniFileLock::Exclusive, kForEver); });
+    AwaitOthersAsleep();
+    EXPECT_FALSE(IniFileLock(Name().c_str(), IniFileLock::Shared, 0).Owns());
+    reader.reset();
+}
+
 TEST_F(IniFileLocks, SurvivesAFileThatIsRenamedIntoPlace) {
     Store("");
     IniFileLock const holder(Name().c_str(), IniFileLock::Exclusive, 0);
@@ -55,7 +66,10 @@ TEST_F(IniFileLocks, SurvivesAFileThatIsRenamedIntoPlace) {
 }
 
 TEST_F(IniFileLocks, AChildNeitherOwnsNorReleasesTheLockOfItsParent) {
+    int const next = dup(0); // the descriptor that the lock gets
+    close(next);
     auto holder = std::make_unique<IniFileLock>(Name().c_str(), IniFileLock::Exclusive, 0);
+    EXPECT_EQ(fcntl(next, F_GETFD), FD_CLOEXEC) << "not in a started program";
     pid_t const child = fork();
     if (child == 0) {
         bool const owns = holder->Owns();
