@@ -223,11 +223,9 @@ TEST_F(Directories, AreNotFoundWhenMemoryIsShort) {
     WriteFile("file", "text");
     EXPECT_TRUE(IsListed("file"));
     for (int granted = 0; granted < 3; ++granted) {
-        MemoryShortage const shortage(granted);
-        EXPECT_FALSE(list.FindFirst(L"file", &info)) << granted;
+        EXPECT_FALSE(WithMemoryFor(granted, [&] { return list.FindFirst(L"file", &info); }));
     }
-    MemoryShortage const shortage;
-    EXPECT_EQ(_findfirst("file", &data), -1);
+    EXPECT_EQ(WithMemoryFor(0, [&] { return _findfirst("file", &data); }), -1);
     EXPECT_EQ(errno, ENOMEM);
 }
 
