@@ -135,13 +135,10 @@ TEST_F(Directories, AreTheOnesThatWereOpened) {
     WriteFile("dir/xa", "text");
     WriteFile("dir/xb", "text");
     long const search = _findfirst("dir/x*", &data);
-    EXPECT_TRUE(IsListed("dir/x*"));
     fs::rename("dir", "other");
     fs::create_directory("dir");
     EXPECT_EQ(_findnext(search, &data), 0);
     EXPECT_EQ(data.size, 4u);
-    EXPECT_TRUE(list.FindNext(&info));
-    EXPECT_EQ(info.size, 4u);
     _findclose(search);
 }
 

@@ -97,9 +97,7 @@ std::string TextOfSize(std::size_t bytes) {
 }
 
 std::string WithoutBlankLines(std::string text) {
-    auto const areLineEnds = [](char first, char second) {
-        return first == '\n' && second == '\n';
-    };
+    auto const areLineEnds = [](char last, char next) { return last == '\n' && next == '\n'; };
     text.erase(std::unique(text.begin(), text.end(), areLineEnds), text.end());
     return text;
 }
@@ -113,8 +111,7 @@ protected:
         for (std::size_t const bytes : {600, 13000, 270000}) {
             std::string const before = TextOfSize(bytes);
             for (Edit const& edit : kEdits) {
-                SCOPED_TRACE(std::to_string(bytes) + " bytes, edit " +
-                             std::to_string(&edit - kEdits));
+                SCOPED_TRACE(testing::Message() << bytes << " bytes, edit " << &edit - kEdits);
                 Store(before);
                 DIni ini(Name().c_str());
                 ASSERT_EQ(edit.Apply(ini), 1);
