@@ -110,18 +110,13 @@ static void SendAndBeCancelled(int /*signal*/) {
 TEST_F(MessageQueue, PassesOnTheWakeUpOfACancelledReceiver) {
     s_queue = queue;
     std::signal(SIGUSR1, SendAndBeCancelled);
-    auto const receive = [](void*) -> void* {
-        MsgQReceive(s_queue, nullptr, 0, INFINITE);
-        return nullptr;
-    };
-    pthread_t cancelled{};
-    ASSERT_EQ(pthread_create(&cancelled, nullptr, receive, nullptr), 0);
+    std::thread cancelled([] { MsgQReceive(s_queue, nullptr, 0, INFINITE); });
     AwaitOthersAsleep();
     auto receiver = ReceiveInAThread(INFINITE);
     AwaitOthersAsleep();
-    pthread_kill(cancelled, SIGUSR1);
+    pthread_kill(cancelled.native_handle(), SIGUSR1);
     EXPECT_EQ(receiver.get(), "one");
-    pthread_join(cancelled, nullptr);
+    cancelled.join();
 }
 
 TEST_F(MessageQueue, KeepsEveryCallOutWhileAProgramHoldsItsLockEvent) {
