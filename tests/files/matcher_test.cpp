@@ -7,10 +7,9 @@
 
 namespace {
 
-void ExpectBoth(std::string const& pattern, std::string const& name, int fits) {
-    EXPECT_EQ(WildCardMatch(pattern.c_str(), name.c_str()), fits) << pattern << ' ' << name;
-    EXPECT_EQ(DDirListImpl::WildCardMatch(pattern.c_str(), name.c_str()), fits)
-        << pattern << ' ' << name;
+void ExpectBoth(char const* pattern, char const* name, int fits) {
+    EXPECT_EQ(WildCardMatch(pattern, name), fits) << pattern << ' ' << name;
+    EXPECT_EQ(DDirListImpl::WildCardMatch(pattern, name), fits) << pattern << ' ' << name;
 }
 
 // The examples stand in a header and in two pages.

@@ -15,9 +15,7 @@ extern void (*g_atLoad)();
 extern void (*g_atUnload)();
 }
 
-[[gnu::constructor]] static void AtLoad() {
-    g_atLoad();
-}
-[[gnu::destructor]] static void AtUnload() {
-    g_atUnload();
-}
+static struct LoadedAndUnloaded {
+    LoadedAndUnloaded() { g_atLoad(); }
+    ~LoadedAndUnloaded() { g_atUnload(); }
+} const g_loadedAndUnloaded;

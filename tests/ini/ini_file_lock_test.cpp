@@ -62,8 +62,7 @@ TEST_F(IniFileLocks, SurvivesAFileThatIsRenamedIntoPlace) {
 }
 
 TEST_F(IniFileLocks, AChildNeitherOwnsNorReleasesTheLockOfItsParent) {
-    int const next = dup(0); // the descriptor that the lock gets
-    close(next);
+    int const next = NextDescriptor();
     auto holder = std::make_unique<IniFileLock>(Name().c_str(), IniFileLock::Exclusive, 0);
     EXPECT_EQ(fcntl(next, F_GETFD), FD_CLOEXEC) << "not in a started program";
     pid_t const child = fork();
