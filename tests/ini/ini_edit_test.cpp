@@ -15,7 +15,7 @@
 // disturbed.
 namespace {
 
-enum class Disturbance { kNone, kFailure, kFailureAfterHalf, kInterruption, kShortTransfer, kKill };
+enum class Disturbance { kNone, kFailure, kLateFailure, kInterruption, kShort, kKill, kRename };
 
 thread_local struct {
     Disturbance kind;
@@ -34,17 +34,21 @@ bool PassesOn(size_t* size) {
         return true;
     }
     g_disturbed.happened = true;
+    if (g_disturbed.kind == Disturbance::kRename) {
+        std::filesystem::rename("new", "f\u00fc.ini");
+        return true;
+    }
     if (g_disturbed.kind == Disturbance::kKill) {
         g_disturbed.callsBefore = 0;
     }
     errno = g_disturbed.kind == Disturbance::kInterruption ? EINTR : EIO;
     *size = (*size + 1) / 2;
-    if (g_disturbed.kind == Disturbance::kFailureAfterHalf && *size > 0) {
+    if (g_disturbed.kind == Disturbance::kLateFailure && *size > 0) {
         Disturb(Disturbance::kFailure, 0);
         g_disturbed.happened = true;
         return true;
     }
-    return g_disturbed.kind == Disturbance::kShortTransfer;
+    return g_disturbed.kind == Disturbance::kShort;
 }
 
 template<typename Call>
@@ -152,7 +156,7 @@ TEST_F(IniEdits, AFailedCallFailsTheEditAndLeavesTheFileAsItWas) {
     ForEachEdit([&](Edit const& edit, std::string const& before, std::string const&) {
         auto const isUnchanged = [&] { return Stored() == before; };
         DisturbEachCall(Disturbance::kFailure, edit, before, 0, isUnchanged);
-        DisturbEachCall(Disturbance::kFailureAfterHalf, edit, before, 0, isUnchanged);
+        DisturbEachCall(Disturbance::kLateFailure, edit, before, 0, isUnchanged);
     });
 }
 
@@ -171,7 +175,7 @@ TEST_F(IniEdits, AnInterruptedOrShortTransferGoesOn) {
     ForEachEdit([&](Edit const& edit, std::string const& before, std::string const& after) {
         auto const isEdited = [&] { return Stored() == after; };
         DisturbEachCall(Disturbance::kInterruption, edit, before, 1, isEdited);
-        DisturbEachCall(Disturbance::kShortTransfer, edit, before, 1, isEdited);
+        DisturbEachCall(Disturbance::kShort, edit, before, 1, isEdited);
     });
 }
 
@@ -190,19 +194,14 @@ TEST_F(IniEdits, ShortMemoryLeavesTheFileAsItWas) {
     }
 }
 
-// An application's class that refuses one opening, or puts another file in place ahead of it.
+// An application's class that refuses one opening.
 struct OpeningIni : DIniImpl {
     using DIniImpl::DIniImpl;
     int Open(wchar_t const* fileName) override {
         Close();
-        ++openings;
-        if (openings == replaced) {
-            std::filesystem::rename("new", "f\u00fc.ini");
-        }
-        return openings != refused ? DIniImpl::Open(fileName) : 0;
+        return ++openings != refused ? DIniImpl::Open(fileName) : 0;
     }
     int openings = 0;
-    int replaced = 0;
     int refused = 0;
 };
 
@@ -219,12 +218,15 @@ TEST_F(IniEdits, ARefusedOpeningChangesNothing) {
 
 TEST_F(IniEdits, AFileThatIsRenamedIntoPlaceDuringAnEditStaysWhole) {
     std::string const replacement = "[another]\nfile=of its own\n[with]\nother=offsets\n";
-    WriteFile("new", replacement);
-    Store(TextOfSize(600));
-    OpeningIni ini(Name().c_str());
-    ini.replaced = 2;
-    EXPECT_EQ(kEdits[0].Apply(ini), 1);
-    EXPECT_EQ(Stored(), replacement);
+    DIni plain(Name().c_str());
+    OpeningIni reopening(Name().c_str());
+    for (IIni* const ini : {static_cast<IIni*>(&plain), static_cast<IIni*>(&reopening)}) {
+        WriteFile("new", replacement);
+        Store(TextOfSize(600));
+        Disturb(Disturbance::kRename, 0);
+        EXPECT_EQ(kEdits[0].Apply(*ini), 1);
+        EXPECT_EQ(Stored(), replacement);
+    }
 }
 
 TEST_F(IniEdits, AFileSizeLimitNeitherKillsNorDamages) {
