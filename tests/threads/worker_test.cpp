@@ -85,7 +85,10 @@ TEST(Worker, EndsParkedIdleOrAfterItsCallbackAndBeginsNoOther) {
 TEST(Worker, GivesACallbackUpAfterASecond) {
     Gate gate;
     Callback callback;
-    callback.then = [&](char*) { gate.Pass(); };
+    callback.then = [&](char*) {
+        gate.Pass();
+        callback.seen.Note("back");
+    };
     auto worker = std::make_unique<DWorkerThread>("stuck", 0, 0, 0);
     worker->AddCallbackObject(&callback);
     Give(*worker, "stuck");
@@ -99,6 +102,7 @@ TEST(Worker, GivesACallbackUpAfterASecond) {
     EXPECT_EQ(testing::internal::GetCapturedStdout(),
               "pthread_detached successfull for thread (stuck).\n");
     gate.Open();
+    EXPECT_EQ(callback.seen.Await(2).back(), "back");
     Sleep(50); // on its way it touches nothing of the worker
 }
 
