@@ -57,6 +57,7 @@ declare -A packages=(
     [docs]="doxygen doxygen-awesome-css libjs-lunr python3"
     [valgrind]="valgrind"
     [coverage]="gcovr"
+    [fuzz]="libclang-rt-dev"
 )
 
 as_root() {
