@@ -2,18 +2,18 @@
 // behind a handle use it, each on its own fields.
 //
 // A wait and a signal are one atomic step each while no thread waits. A thread that must wait takes
-// the mutex, counts itself, and waits on the condition. Threads are woken once the mutex is free:
-// otherwise they would wake only to wait for the mutex.
+// the mutex, counts itself, and waits on a condition. Where possible a thread is woken once the
+// mutex is free: otherwise it would wake only to wait for the mutex.
 //
 // The end of an event wakes the threads that wait, and returns when they have left. It also waits
 // for calls that still have to wake somebody, because a woken thread may end the event.
 //
 // If a thread waits on an auto-reset event, the wake-up of the condition is the signal. The state
-// stays clear. So nothing makes up for a wake-up that the system loses. glibc before 2.41 may lose
-// one while at least two threads are inside a wait on the condition. Two remedies were weighed. To
-// wake all threads for each signal costs a change of threads for each of them. To look again after
-// some time wakes threads of a program that rests. So docs/promises.md tells of the case. On the
-// library's own events no two threads wait at once.
+// stays clear, so nothing makes up for a wake-up that goes astray. Therefore each thread waits on a
+// condition that it has for itself. The first thread takes the event's condition, which can be
+// signalled after the mutex is free. Others take one on their own stacks. It goes when they leave,
+// so it is signalled under the mutex. All threads that wait on a manual-reset event share the
+// event's condition, because a signal wakes all of them.
 //
 // Lock order: the mutex is innermost. Nothing is taken under it.
 #pragma once
@@ -74,14 +74,14 @@ public:
         }
     }
 
-    // Wakes one thread at most, and leaves the event unsignalled. That wake-up is no signal: nobody
-    // puts it back.
+    // Wakes one thread at most, and leaves the event unsignalled.
     void Pulse() const {
         {
             MutexLock lock(this->Mutex());
             this->TryReset();
+            bool const isWaking = this->IsAutoReset() ? HandOverToOne() : this->Waiters() > 0;
             this->ForgetHandedOver();
-            if (this->Waiters() == 0) {
+            if (!isWaking) {
                 return;
             }
             BeginWaking();
@@ -101,6 +101,9 @@ public:
             if (this->Ending().exchange(1, relaxed) != 0) {
                 return false;
             }
+            while (EventWaiter* const waiter = this->HandOver()) {
+                TryWake(*waiter);
+            }
             this->ForgetHandedOver();
             pthread_cond_broadcast(&this->Condition());
         }
@@ -115,26 +118,82 @@ public:
 private:
     static constexpr int kRefused = EINVAL;
 
-    // Counts the caller as waiting for a scope, under the mutex. The scope also ends when the
-    // waiting thread is cancelled. Otherwise the end of the event would wait for it for ever.
-    class CountedWaiter {
+    // The calling thread's wait, for a scope under the mutex. The scope also ends when the thread
+    // is cancelled. Otherwise the end of the event would wait for it for ever.
+    class Waiter : public EventWaiter {
     public:
-        explicit CountedWaiter(EventCore const& event) : m_event(event) {}
-        ~CountedWaiter() {
-            if (m_returns) {
-                m_event.EndWait();
-            } else if (m_event.AbandonWait()) {
-                pthread_cond_signal(&m_event.Condition());
+        explicit Waiter(EventCore const& event) : m_event(event) {}
+        ~Waiter() {
+            if (m_state == kWaits) {
+                m_event.LetWakeUpPass(*this);
+                m_event.Abandon(*this);
+            }
+            if (HasOwnCondition()) {
+                pthread_cond_destroy(&m_own);
             }
         }
-        void Returns() { m_returns = true; }
-        CountedWaiter(CountedWaiter const&) = delete;
-        CountedWaiter& operator=(CountedWaiter const&) = delete;
+        Waiter(Waiter const&) = delete;
+        Waiter& operator=(Waiter const&) = delete;
+
+        // Returns false if the event is signalled: the caller took that.
+        bool TryBegin() {
+            if (!m_event.TryBeginWait(*this)) {
+                return false;
+            }
+            m_state = kWaits;
+            if (HasOwnCondition()) {
+                m_own = PTHREAD_COND_INITIALIZER;
+            }
+            return true;
+        }
+
+        void End() {
+            m_event.EndWait(*this);
+            m_state = kReturns;
+        }
+
+        bool HasOwnCondition() const { return !this->UsesEventCondition(); }
+        pthread_cond_t& Condition() { return HasOwnCondition() ? m_own : m_event.Condition(); }
 
     private:
+        enum { kHasNotBegun, kWaits, kReturns } m_state = kHasNotBegun;
         EventCore m_event;
-        bool m_returns = false;
+        pthread_cond_t m_own; // made by TryBegin, if there is one
     };
+
+    // Wakes a thread that waits on a condition of its own. Returns false for one that waits on the
+    // event's: the caller signals that.
+    static bool TryWake(EventWaiter& waiter) {
+        auto& woken = static_cast<Waiter&>(waiter);
+        if (woken.HasOwnCondition()) {
+            pthread_cond_signal(&woken.Condition());
+        }
+        return woken.HasOwnCondition();
+    }
+
+    // Hands a signal over to one thread. Returns whether the event's condition still has to be
+    // signalled for it.
+    bool HandOverToOne() const {
+        EventWaiter* const waiter = this->HandOver();
+        return waiter != nullptr && !TryWake(*waiter);
+    }
+
+    // For a wait that ends without a wake-up, under the mutex. Nobody begins to signal meanwhile,
+    // so this is soon over.
+    void LetWakeUpPass(EventWaiter const& self) const {
+        CancellationPutOff putOff;
+        while (this->HasWakeUpToCome(self)) {
+            SleepMs(1);
+        }
+    }
+
+    // Ends the wait of a cancelled thread, under the mutex.
+    void Abandon(Waiter& cancelled) const {
+        EventWaiter* const next = this->AbandonWait(cancelled);
+        if (next != nullptr && !TryWake(*next)) {
+            pthread_cond_signal(&this->Condition());
+        }
+    }
 
     // Out of line, like the next: an event that nobody waits for never comes here.
     [[gnu::noinline]] static int SignalWaiters(EventCore event) {
@@ -143,47 +202,50 @@ private:
             if (event.TrySignal()) {
                 return 0; // they have left meanwhile
             }
+            if (!event.IsAutoReset()) {
+                event.HandOverToAll();
+            } else if (!event.HandOverToOne()) {
+                return 0;
+            }
             event.BeginWaking();
-            event.HandOver();
         }
         return event.Wake(event.IsAutoReset() ? pthread_cond_signal : pthread_cond_broadcast);
     }
 
+    // A thread whose time runs out just when a signal is handed to it has that signal.
     template<typename Timeout>
     [[gnu::noinline]] static int BlockUntilSignalled(EventCore event, Timeout timeout) {
         MutexLock lock(event.Mutex());
         if (event.IsEnding()) {
             return kRefused;
         }
-        if (!event.TryBeginWait()) {
+        Waiter self(event);
+        if (!self.TryBegin()) {
             return 0;
         }
-        CountedWaiter counted(event);
-        int const error = event.AwaitWakeUp(timeout);
-        counted.Returns();
-        return error;
+        int const error = event.AwaitWakeUp(self.Condition(), timeout);
+        if (error != 0) {
+            event.LetWakeUpPass(self);
+        }
+        self.End();
+        return self.IsWoken() ? 0 : error;
     }
 
     // The state isn't looked at again after a wake-up: a signal to a waiting thread leaves it
-    // clear.
+    // clear. So every wake-up counts.
     template<typename Timeout>
-    int AwaitWakeUp(Timeout timeout) const {
-        bool const forever = timeout.IsForever();
-        timespec const deadline = forever ? timespec{} : timeout.Deadline();
-        for (;;) {
-            int const error =
-                forever ? WaitForever()
-                        : pthread_cond_timedwait(&this->Condition(), &this->Mutex(), &deadline);
-            if (error != 0 || this->TakeWakeUp()) {
-                return error;
-            }
+    int AwaitWakeUp(pthread_cond_t& condition, Timeout timeout) const {
+        if (timeout.IsForever()) {
+            return WaitForever(condition);
         }
+        timespec const deadline = timeout.Deadline();
+        return pthread_cond_timedwait(&condition, &this->Mutex(), &deadline);
     }
 
     // The wait's result is its error: errno may hold anything.
-    int WaitForever() const {
+    int WaitForever(pthread_cond_t& condition) const {
         for (;;) {
-            int const error = pthread_cond_wait(&this->Condition(), &this->Mutex());
+            int const error = pthread_cond_wait(&condition, &this->Mutex());
             if (error == 0) {
                 return 0;
             }
@@ -216,18 +278,14 @@ private:
         return error;
     }
 
-    bool IsWaking() const {
-        return this->Handover().signalling.load(std::memory_order_acquire) > 0;
-    }
-
     // Not a cancellation point: a thread that were cancelled here would leave the event half ended.
     void AwaitUnused() const {
-        for (int yields = 0; this->Waiters() == 0 && IsWaking() && yields < kDrainYields;
+        for (int yields = 0; this->Waiters() == 0 && this->IsWaking() && yields < kDrainYields;
              ++yields) {
             sched_yield();
         }
         CancellationPutOff putOff;
-        while (this->Waiters() > 0 || IsWaking()) {
+        while (this->Waiters() > 0 || this->IsWaking()) {
             SleepMs(kDrainMs);
         }
     }

@@ -9,7 +9,7 @@
 //     TryTake          set        clear      no   (a manual-reset event stays set)
 //     TryReset         set        clear      no
 //     TryBeginWait     clear      awaited    yes
-//     HandOver         awaited    set        yes  (a manual-reset event only)
+//     HandOverToAll    awaited    set        yes  (a manual-reset event)
 //     EndWait          awaited    clear      yes  (the last waiting thread)
 //     AbandonWait      awaited    set        yes  (a cancelled thread puts a signal back)
 //
@@ -28,11 +28,8 @@
 // through the mutex. TrySignal writes a word that is set already, too, so that its release counts.
 #pragma once
 
+#include "frame/event_waiters.h"
 #include "frame/relaxed.h"
-
-#include <verrick/detail/event_state.h>
-
-#include <algorithm>
 
 namespace verrick {
 
@@ -96,7 +93,9 @@ public:
     // The caller of the rest holds the event's mutex.
 
     // Counts the caller as waiting. Returns false if the event is signalled: the caller took that.
-    bool TryBeginWait() const {
+    //
+    // A thread that finds no other inside a wait uses the event's condition.
+    bool TryBeginWait(EventWaiter& self) const {
         Word seen = kClear;
         while (!State().compare_exchange_weak(seen, kAwaited, relaxed) && seen != kAwaited) {
             if (LookAndTake()) {
@@ -104,70 +103,71 @@ public:
             }
             seen = kClear;
         }
+        if (this->IsAutoReset()) {
+            self.m_usesEventCondition = Waiters() == 0;
+            Listed().Add(self);
+        }
         AddWaiters(1);
         return true;
     }
 
-    // Hands a signal to the threads that wait. The caller wakes one of an auto-reset event, all of
-    // a manual-reset one. An auto-reset event stays unsignalled: the wake-up is the signal. A
-    // thread that was woken but hasn't left yet counts as waiting, so a further signal can be lost.
-    void HandOver() const {
-        if (this->IsAutoReset()) {
-            this->Handover().granted = std::min(this->Handover().granted + 1, Waiters());
-        } else {
-            State().store(kSet, std::memory_order_release);
+    // Hands a signal to all threads that wait on a manual-reset event.
+    void HandOverToAll() const { State().store(kSet, std::memory_order_release); }
+
+    // Hands a signal to the thread that has waited longest on an auto-reset event, and returns its
+    // wait: the caller wakes it. The event stays unsignalled, because the wake-up is the signal. If
+    // all that wait were woken already and haven't left yet, the signal is lost, and it returns
+    // null.
+    EventWaiter* HandOver() const {
+        EventWaiter* const oldest = Listed().Oldest();
+        if (oldest != nullptr) {
+            Listed().Remove(*oldest);
+            oldest->m_isWoken = true;
+            oldest->m_resetsBefore = this->Handover().resets;
         }
+        return oldest;
     }
 
-    // Returns whether the wake-up of the caller ends its wait. Every wake-up does, one without a
-    // signal too. The exception is a wake-up too many, which a cancelled thread left behind.
-    bool TakeWakeUp() const {
-        if (this->Handover().granted > 0) {
-            --this->Handover().granted;
-            return true;
-        }
-        if (this->Handover().surplusWakeUps > 0) {
-            --this->Handover().surplusWakeUps;
-            return false;
-        }
-        return true;
+    // Whether a call may still signal the event's condition for this wait. A wait that ends without
+    // that wake-up lets it pass first. Otherwise it would reach the thread that comes next.
+    bool HasWakeUpToCome(EventWaiter const& self) const {
+        return self.m_isWoken && self.m_usesEventCondition && IsWaking();
     }
 
-    // The caller, counted by TryBeginWait, waits no longer. A signal that was handed to a thread
-    // whose time ran out at that moment is lost, unless another thread waits.
-    void EndWait() const {
+    bool IsWaking() const {
+        return this->Handover().signalling.load(std::memory_order_acquire) > 0;
+    }
+
+    // The caller, counted by TryBeginWait, waits no longer.
+    void EndWait(EventWaiter& self) const {
+        if (this->IsAutoReset() && !self.m_isWoken) {
+            Listed().Remove(self);
+        }
         AddWaiters(-1);
-        this->Handover().granted = std::min(this->Handover().granted, Waiters());
         if (Waiters() == 0 && State().load(relaxed) == kAwaited) {
             State().store(kClear, relaxed);
         }
     }
 
-    // EndWait for a cancelled thread. It may have used up the wake-up of a signal:
-    // - If no other thread is left to have that signal, it goes back into the state.
-    // - If another thread may still be owed one, returns true: the caller wakes one more thread.
-    //
-    // Each time the cancelled thread may not have used up a wake-up after all. Then one more comes
-    // than there are signals, and TakeWakeUp must not count it.
-    bool AbandonWait() const {
-        bool const putsBack = this->Handover().granted > 0 && this->Handover().granted == Waiters();
-        EndWait();
-        if (putsBack) {
+    // EndWait for a cancelled thread. If a signal was handed to it, another thread gets that
+    // signal: returns its wait, for the caller to wake. If no other is left to have it, the signal
+    // goes back into the state. A pulse, or a signal from before a reset, is not passed on.
+    EventWaiter* AbandonWait(EventWaiter& self) const {
+        EndWait(self);
+        if (!self.m_isWoken || self.m_resetsBefore != this->Handover().resets) {
+            return nullptr;
+        }
+        EventWaiter* const next = HandOver();
+        if (next == nullptr) {
             State().store(kSet, std::memory_order_release);
-            ++this->Handover().surplusWakeUps;
         }
-        bool const passesOn = this->Handover().granted > 0;
-        if (passesOn) {
-            ++this->Handover().surplusWakeUps;
-        }
-        return passesOn;
+        return next;
     }
 
-    // From here on every wake-up counts, and no signal on its way is put back.
-    void ForgetHandedOver() const {
-        this->Handover().granted = 0;
-        this->Handover().surplusWakeUps = 0;
-    }
+    // From here on no signal that was handed over is passed on or put back.
+    void ForgetHandedOver() const { ++this->Handover().resets; }
+
+    EventWaiters Listed() const { return EventWaiters(this->Handover()); }
 
     int Waiters() const { return Fields::WaiterCount().load(relaxed); }
 

@@ -10,10 +10,8 @@
  * Memory order: what a thread did before Signal is seen by the thread whose Wait that signal lets
  * through.
  *
- * A signal can be lost in these cases:
- * - The time of the only waiting thread runs out at the moment of the signal. Wait returns
- *   WAIT_RESULT_TIMEOUT, and the event stays unsignalled.
- * - A second signal comes before the thread that the first one woke has left Wait.
+ * The thread that waits longest has the next signal, also if its time runs out at that moment. A
+ * signal can be lost if it comes before the thread that the last one woke has left Wait.
  *
  * So let the event say "look again", and keep what there is to see under a lock of your own. Where
  * each signal must count, use DSemaphore. Where a signal must stay, use a manual-reset event. A

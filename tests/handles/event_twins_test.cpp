@@ -8,8 +8,10 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <new>
 #include <thread>
+#include <utility>
 
 #include "tests/support/asleep.h"
 
@@ -18,6 +20,21 @@ static bool g_refuseAttributes = false;
 extern "C" int pthread_mutexattr_settype(pthread_mutexattr_t* attribute, int kind) noexcept {
     std::memcpy(attribute, &kind, sizeof kind); // as glibc keeps an attribute
     return g_refuseAttributes ? ENOMEM : 0;
+}
+
+// Called once instead of the next timed wait, which ends with its time then.
+static std::function<void()> g_insteadOfWait;
+
+extern "C" int pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex,
+                                      timespec const* deadline) {
+    if (auto const instead = std::exchange(g_insteadOfWait, nullptr)) {
+        pthread_mutex_unlock(mutex);
+        instead();
+        pthread_mutex_lock(mutex);
+        pthread_testcancel();
+        return ETIMEDOUT;
+    }
+    return pthread_cond_clockwait(condition, mutex, CLOCK_REALTIME, deadline);
 }
 
 // Outside of a namespace, because their names become part of the tests' names.
@@ -135,6 +152,13 @@ TYPED_TEST(EventTwins, AWaiterMayEndTheEventThatHasJustLetItThrough) {
     }
 }
 
+TYPED_TEST(EventTwins, AWaiterWhoseTimeRunsOutAtTheMomentOfASignalHasIt) {
+    TypeParam event;
+    g_insteadOfWait = [&] { event.Signal(); };
+    EXPECT_TRUE(event.Wait(1000));
+    EXPECT_FALSE(event.Wait(0));
+}
+
 TEST(EventHandle, APulseFreesOneBlockedThreadOfEitherKindAndLeavesTheEventUnsignalled) {
     for (bool const autoReset : {true, false}) {
         HandleEvent event(autoReset);
@@ -176,6 +200,20 @@ TYPED_TEST(EventTwins, ACancelledWaiterPutsBackASignalThatNobodyElseWillHave) {
         waiter.join();
         ASSERT_TRUE(had || event.Wait(0));
     }
+}
+
+TYPED_TEST(EventTwins, ACancelledWaiterPutsBackNoSignalFromBeforeAReset) {
+    TypeParam event;
+    std::thread waiter([&] {
+        g_insteadOfWait = [&] {
+            event.Signal();
+            event.Reset();
+            pthread_cancel(pthread_self());
+        };
+        event.Wait(1000);
+    });
+    waiter.join();
+    EXPECT_FALSE(event.Wait(0));
 }
 
 TYPED_TEST(EventTwins, ACancelledThreadEndsAnEventWithItsWaitersAllTheSame) {

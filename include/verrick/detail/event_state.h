@@ -53,17 +53,18 @@ private:
     std::atomic<Word> m_word;
 };
 
+class EventWaiter;
+
 /* How signals get to the threads that wait. */
 struct EventHandover {
-    EventHandover() : signalling(0), granted(0), surplusWakeUps(0) {}
+    EventHandover() : signalling(0), resets(0), newestWaiter(nullptr) {}
 
     /* Calls that still have to wake somebody. The end of the event waits for them. */
     std::atomic<int> signalling;
-    /* Signals that were handed to waiting threads and that none of these has taken yet. At most one
-     * for each of them. Guarded by the event's mutex, like the next. */
-    int granted;
-    /* Wake-ups without a signal that may still come, because a thread was cancelled. */
-    int surplusWakeUps;
+    /* Counts the resets and pulses. Guarded by the event's mutex, like the next. */
+    unsigned resets;
+    /* The threads that nothing was handed to yet (frame/event_waiters.h). */
+    EventWaiter* newestWaiter;
 };
 
 } // namespace verrick

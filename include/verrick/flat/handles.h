@@ -80,9 +80,9 @@ VERRICK_API HANDLE CreateEvent(void* attributes, int manualReset, int initialSta
  * Signals an event. Wakes one waiting thread of an auto-reset event, all of a manual-reset one. If
  * none waits, or the event is a manual-reset one, the event is signalled afterwards. Doesn't block.
  *
- * A signal to an auto-reset event can be lost in these cases:
- * - The time of the only waiting thread runs out at the moment of the signal.
- * - A second signal comes before the thread that the first one woke has left its wait.
+ * Of an auto-reset event, the thread that waits longest has the signal, also if its time runs out
+ * at that moment. A signal can be lost if it comes before the thread that the last one woke has
+ * left its wait.
  *
  * So keep what there is to see under a lock of your own, or use a semaphore or a manual-reset
  * event.
@@ -142,9 +142,8 @@ VERRICK_API int ReleaseSemaphore(HANDLE semaphore, long count, long* previousCou
  * waits for ever. Only the low 32 bits count.
  * @return WAIT_OBJECT_0 for success. Also when the event was closed while the call blocked, and, as
  * with any condition variable, after a rare wake-up without a signal. WAIT_TIMEOUT when the time
- * ran out; a signal to an event at that very moment is lost. WAIT_FAILED for a null handle, an
- * event that is being closed, a semaphore wait that a signal handler interrupted, and a wait that
- * the system refuses.
+ * ran out. WAIT_FAILED for a null handle, an event that is being closed, a semaphore wait that a
+ * signal handler interrupted, and a wait that the system refuses.
  *
  * A cancellation point, unless the handle is a signalled event's. A cancelled thread takes no
  * count, and puts back the signal of an event that no other thread will have.
