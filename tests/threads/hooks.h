@@ -1,5 +1,5 @@
-// What the tests of threads and timers share: records of what happens on other threads, and places
-// at which a test steps in between the library and the C library.
+// What the tests of threads and timers share. A test records what happens on other threads. It also
+// steps in where the library calls the C library.
 #pragma once
 
 #include <verrick/thread.h>
