@@ -89,6 +89,9 @@ inline std::atomic<Gate*> g_insideObject{nullptr};
 // While set, the system refuses to create threads.
 inline std::atomic<bool> g_refuseCreation{false};
 
+// How many threads have been detached.
+inline std::atomic<int> g_detached{0};
+
 // That many of the next waits without a time-out end at once, as if woken.
 inline std::atomic<int> g_spuriousWakeUps{0};
 

@@ -96,8 +96,9 @@ YIELDS_AROUND(pthread_join, (pthread_t thread, void** value), (thread, value))
 YIELDS_AROUND(pthread_timedjoin_np, (pthread_t thread, void** value, timespec const* deadline),
               (thread, value, deadline))
 YIELDS_AROUND(pthread_detach, (pthread_t thread) noexcept, (thread))
-YIELDS_AROUND(pthread_kill, (pthread_t thread, int signal) noexcept, (thread, signal))
 YIELDS_AROUND(sem_post, (sem_t * semaphore) noexcept, (semaphore))
 YIELDS_AROUND(sem_wait, (sem_t * semaphore), (semaphore))
 YIELDS_AROUND(sem_trywait, (sem_t * semaphore) noexcept, (semaphore))
+YIELDS_AROUND(sem_clockwait, (sem_t * semaphore, clockid_t clock, timespec const* deadline),
+              (semaphore, clock, deadline))
 YIELDS_AROUND(sem_timedwait, (sem_t * semaphore, timespec const* deadline), (semaphore, deadline))
