@@ -162,10 +162,11 @@ TEST(Timers, OfSeveralDestroyInstanceOneEndsTheService) {
               "pthread_detached successfull for thread (TimerDispatch Thread).\n");
 }
 
-// The child has no threads of the service, but its locks may look taken for ever.
+// The child has no threads of the service, but its locks may look taken for ever. The parent ends
+// the service at exit.
 TEST(Timers, AForkChildExitsThoughItEndsTheService) {
     Listener listener;
-    Service const service;
+    static Service const service;
     service->CreateRelativeTimer(&listener, 1, 10, 0, TIMER_REPEAT);
     for (int i = 0; i < 20; ++i) {
         pid_t const child = fork();

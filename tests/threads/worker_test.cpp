@@ -58,13 +58,19 @@ TEST(Worker, CallsBackOnceWithTheNewestOfTheBlocksThatWait) {
               (Texts{"first", "first", "d tail", "third", "third", "d tail"}));
 }
 
-TEST(Worker, EndsParkedIdleOrAfterItsCallbackAndBeginsNoOther) {
+TEST(Worker, EndsParkedDerivedIdleOrAfterItsCallbackAndBeginsNoOther) {
     Callback callback;
     callback.then = [&](char*) { Sleep(100); };
     testing::internal::CaptureStdout();
     {
         DWorkerThread parked("parked", 0, 0, kNoThreadYet);
         DThread::Create(&parked, 0, 0, 0);
+        struct Derived : DWorkerThread {
+            using DWorkerThread::DWorkerThread;
+            void Run() override {}
+        } derived("derived", 0, 0, kNoThreadYet);
+        DThread::Create(&derived, 0, 0, 0);
+        derived.Start();
         DWorkerThread idle("idle", 0, 0, 0);
         DWorkerThread worker("busy", 0, 0, 0);
         worker.AddCallbackObject(&callback);
