@@ -1,14 +1,12 @@
 #include "frame/deadline.h"
 
+#include "frame/time_units.h"
+
 #include <limits>
 #include <type_traits>
 
 namespace verrick {
 namespace {
-
-constexpr long kMsPerSecond = 1000;
-constexpr long kNsPerMs = 1000000;
-constexpr long kNsPerSecond = 1000000000;
 
 timespec Now() {
     timespec now{};

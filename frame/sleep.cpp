@@ -1,12 +1,13 @@
 #include "frame/sleep.h"
 
+#include "frame/time_units.h"
+
 #include <ctime>
 #include <sys/select.h>
 
 namespace verrick {
 namespace {
 
-constexpr unsigned int kMsPerSecond = 1000;
 constexpr unsigned int kUsPerMs = 1000;
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "threads/listener_call.h"
 
 #include "frame/mutex.h"
+#include "frame/time_units.h"
 #include "frame/waiting.h"
 #include "threads/signals.h"
 
@@ -9,7 +10,6 @@
 namespace verrick {
 namespace {
 
-constexpr int kMsPerSecond = 1000;
 static_assert(kStuckCallMs % kMsPerSecond == 0);
 
 thread_local bool t_inListener = false;
@@ -53,8 +53,9 @@ void ListenerCall::End() {
     pthread_cond_broadcast(&m_ended);
 }
 
-// A call that the caller's Destroy must wait for began before: under the lock of the queue from
-// which Destroy flushes, or before a listener made the timer anew. So the first look needs no lock.
+// A call that the caller's Destroy must wait for began before. It began under the lock of the queue
+// from which Destroy flushes, or before a listener made the timer anew. So the first look needs no
+// lock.
 void ListenerCall::AwaitEndOf(ITimerListener* listener, unsigned int id) {
     if (m_listener.load(std::memory_order_acquire) != listener) {
         return;

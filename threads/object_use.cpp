@@ -66,13 +66,10 @@ bool ObjectUse::IsForbidden() const {
 }
 
 void ObjectUse::WaitUntilUnused() const {
-    unsigned int const own = OfCallingThread() == this ? kOneUse : 0;
-    for (;;) {
-        unsigned int const uses = m_uses.load(std::memory_order_acquire);
-        if (uses <= (kForbidden | own)) {
-            return;
-        }
+    unsigned int uses = m_uses.load(std::memory_order_acquire);
+    while (uses > kForbidden) {
         m_uses.wait(uses, std::memory_order_acquire);
+        uses = m_uses.load(std::memory_order_acquire);
     }
 }
 

@@ -14,6 +14,8 @@ namespace verrick {
 // 1. The library's code on the thread touches the object only between Begin and End.
 // 2. Begin returns false once the use is forbidden.
 // 3. A destructor forbids the use and then waits until the object is unused.
+// 4. During a use the library calls no code of the application. So a destructor that the thread
+//    itself calls never waits for a use by its own thread.
 //
 // An application's Run is no use in this sense. Its class answers for its own members.
 //
@@ -41,8 +43,8 @@ public:
 
     void Forbid();
     bool IsForbidden() const;
-    // Blocks until no use is under way, but for one on the calling thread itself. Called when the
-    // use is forbidden. It is no cancellation point.
+    // Blocks until no use is under way. Called when the use is forbidden. It is no cancellation
+    // point.
     void WaitUntilUnused() const;
 
     // The new thread's first step: announces its kernel id, and makes this the calling thread's.

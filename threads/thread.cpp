@@ -1,13 +1,16 @@
 #include <verrick/thread.h>
 
 #include "frame/facade.h"
+#include "threads/thread_values.h"
+
 #include <cstdio>
+
+using verrick::kNoThreadId;
+using verrick::kNoThreadYet;
 
 namespace {
 
-constexpr int kNoThreadYet = 1; // bit 0 of the flags
 constexpr int kNoImplementationPriority = 1;
-constexpr int kNoThreadId = -1;
 
 } // namespace
 

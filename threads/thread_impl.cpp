@@ -29,6 +29,7 @@
 #include "threads/run_lookup.h"
 #include "threads/scheduling.h"
 #include "threads/signals.h"
+#include "threads/thread_values.h"
 #include <verrick/detail/thread_annotations.h>
 #include <verrick/thread.h>
 
@@ -47,6 +48,8 @@ extern DeathMutex g_deathMutex;
 
 using verrick::g_deathMutex;
 using verrick::kForever;
+using verrick::kNoThreadId;
+using verrick::kNoThreadYet;
 using verrick::ObjectUse;
 using verrick::relaxed;
 using verrick::RunFunction;
@@ -55,8 +58,6 @@ using verrick::UseScope;
 namespace {
 
 constexpr auto kNoThread = static_cast<pthread_t>(-1);
-constexpr int kNoThreadId = -1;
-constexpr int kNoThreadYet = 1;             // bit 0 of the flags
 constexpr std::size_t kKernelNameSize = 16; // with the terminator
 constexpr unsigned int kPureRunPollMs = 1;
 

@@ -1,9 +1,11 @@
 // The timer engine: its clock, its tick, and the operations on timers.
 #include "frame/limits.h"
 #include "frame/relaxed.h"
+#include "frame/time_units.h"
 #include "threads/object_use.h"
 #include "threads/scheduling.h"
 #include "threads/signals.h"
+#include "threads/thread_values.h"
 #include "threads/timer_dispatch.h"
 #include "threads/timer_index.h"
 #include <verrick/time_primitives.h>
@@ -17,9 +19,6 @@
 
 namespace {
 
-constexpr int kCreateParked = 2; // no bit of it has an effect, because bit 0 is clear
-constexpr double kMsPerSecond = 1000.0;
-
 // How many timers expire before the tick lets others have m_csActive.
 constexpr std::size_t kExpiriesPerStep = 256;
 
@@ -30,7 +29,7 @@ constexpr int kStepsWithDelivery = 8;
 // Returns the milliseconds from now to a calendar time, or as many since it. Too many are cut
 // before they are converted, because processors differ in what they make of them.
 std::uint32_t DistanceInMs(time_t when) {
-    double const distance = std::fabs(difftime(when, time(nullptr)) * kMsPerSecond);
+    double const distance = std::fabs(difftime(when, time(nullptr)) * verrick::kMsPerSecond);
     constexpr std::uint32_t farthest = std::numeric_limits<std::uint32_t>::max();
     return distance >= static_cast<double>(farthest) ? farthest
                                                      : static_cast<std::uint32_t>(distance);
@@ -81,7 +80,7 @@ private:
 // The threads begin last, on a whole object: first the dispatcher's, then this one's.
 DTimeManagerImpl::DTimeManagerImpl(int priority)
     : DThread(verrick::SignalsBlocked().During("TimeManager Thread"), priority,
-              verrick::kSmallestStackBytes, kCreateParked),
+              verrick::kSmallestStackBytes, verrick::kCreateParked),
       m_ticks(0), m_resolution(0), m_dispatch(nullptr), m_periodicTimer(nullptr), m_parts(nullptr) {
     auto parts = std::make_unique<Parts>(m_activeList);
     auto dispatch = std::make_unique<DTimerDispatch>();

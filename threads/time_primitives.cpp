@@ -1,14 +1,16 @@
 #include <verrick/time_primitives.h>
 
 #include "frame/sleep.h"
+#include "frame/time_units.h"
 
 #include <cstdint>
 #include <ctime>
 
+using verrick::kMsPerSecond;
+using verrick::kNsPerMs;
+
 namespace {
 
-constexpr unsigned int kMsPerSecond = 1000;
-constexpr long kNsPerMs = 1000000;
 constexpr std::uint32_t kPeriodStepMs = 10;
 
 } // namespace

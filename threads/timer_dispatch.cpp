@@ -4,6 +4,7 @@
 #include "frame/waiting.h"
 #include "threads/object_use.h"
 #include "threads/signals.h"
+#include "threads/thread_values.h"
 
 #include <algorithm>
 #include <bit>
@@ -12,7 +13,6 @@
 namespace {
 
 constexpr int kPriority = 99;
-constexpr int kCreateParked = 2; // no bit of it has an effect, because bit 0 is clear
 
 } // namespace
 
@@ -33,7 +33,7 @@ void verrick::FreeEntries::Return(std::size_t entry) {
 
 DTimerDispatch::DTimerDispatch()
     : DThread(verrick::SignalsBlocked().During("TimerDispatch Thread"), kPriority,
-              verrick::kSmallestStackBytes, kCreateParked),
+              verrick::kSmallestStackBytes, verrick::kCreateParked),
       m_queueEvent(false, false), m_peakQueueLength(0), m_pool(nullptr), m_parts(nullptr) {
     auto pool = std::make_unique<TimerListItem[]>(verrick::FreeEntries::kCount);
     m_parts = new Parts;

@@ -29,9 +29,12 @@ DWorkerThread::DWorkerThread(char const* name, int priority, int stackSize, int 
     DThread::Start();
 }
 
-// An idle worker waits for work, so it is woken too, and finds none. A thread that can't be waited
-// for is let go: a parked one, one in a callback or a derived Run that goes on for too long, and
-// the calling one.
+// An idle worker waits for work, so it is woken too, and finds none.
+//
+// These threads are let go, because they can't be waited for:
+// - one that is still parked;
+// - one whose callback or derived Run takes longer than the bound;
+// - the calling one.
 DWorkerThread::~DWorkerThread() {
     verrick::ObjectUse& use = verrick::ObjectUse::Of(*this);
     use.Forbid();

@@ -1,5 +1,5 @@
-// What the tests of threads and timers share: records of what happens on other threads, and places
-// at which a test steps in between the library and the C library.
+// What the tests of threads and timers share. A test records what happens on other threads. It also
+// steps in where the library calls the C library.
 #pragma once
 
 #include <verrick/thread.h>
@@ -88,6 +88,9 @@ inline std::atomic<Gate*> g_insideObject{nullptr};
 
 // While set, the system refuses to create threads.
 inline std::atomic<bool> g_refuseCreation{false};
+
+// How many threads have been detached.
+inline std::atomic<int> g_detached{0};
 
 // That many of the next waits without a time-out end at once, as if woken.
 inline std::atomic<int> g_spuriousWakeUps{0};

@@ -47,20 +47,15 @@ TEST(TimePrimitives, GetTickCountIsTheMonotonicClockIn32Bits) {
     EXPECT_EQ(GetTickCount(), 0U);
 }
 
-struct Resolution {
-    long ns;
-    int periodMs;
-};
-
 TEST(TimePrimitives, APeriodIsTheNextMultipleOfTenAboveTheResolution) {
-    for (Resolution const& row : {Resolution{1, 10}, {9999999, 10}, {10000000, 20}}) {
-        g_resolution = {0, row.ns};
+    for (auto const& [ns, periodMs] : {std::pair{1, 10}, {9999999, 10}, {10000000, 20}}) {
+        g_resolution = {0, ns};
         void* timer = nullptr;
-        EXPECT_EQ(DTimeManagerImplCallouts__CreatePeriodicTimer(&timer), row.periodMs);
+        EXPECT_EQ(DTimeManagerImplCallouts__CreatePeriodicTimer(&timer), periodMs);
         EXPECT_TRUE(DTimeManagerImplCallouts__WaitForTimerExpiration(timer));
-        EXPECT_EQ(g_slept.tv_usec, row.periodMs * 1000);
+        EXPECT_EQ(g_slept.tv_usec, periodMs * 1000);
         DTimeManagerImplCallouts__DestroyPeriodicTimer(&timer);
-        EXPECT_EQ(timer, nullptr);
+        EXPECT_FALSE(DTimeManagerImplCallouts__WaitForTimerExpiration(timer)); // it is null
     }
 }
 

@@ -2,11 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <cstring>
 #include <memory>
 
 #include "hooks.h"
+#include "tests/support/asleep.h"
 
 namespace {
 
@@ -28,14 +28,19 @@ bool Give(DWorkerThread& worker, std::string text) {
     return worker.DoWork(static_cast<signed char>(text.size() + 1), text.data());
 }
 
+// The tail of a longer block stays, also if that block was dropped because nobody wanted it.
 TEST(Worker, CallsBackOnceWithTheNewestOfTheBlocksThatWait) {
     Gate gate;
     Callback callback;
     callback.then = [&](char* data) {
         gate.Pass();
         callback.seen.Note(data); // no later block has changed it
+        callback.seen.Note(data + std::strlen(data) + 1);
+        g_spuriousWakeUps = 1; // which brings no work
     };
     DWorkerThread worker("worker", 0, 0, 0);
+    EXPECT_TRUE(Give(worker, "dropped tail"));
+    AwaitOthersAsleep();
     EXPECT_EQ(worker.AddCallbackObject(&callback), nullptr);
     EXPECT_EQ(worker.AddCallbackObject(&callback), &callback);
     char data[] = "never seen";
@@ -44,32 +49,28 @@ TEST(Worker, CallsBackOnceWithTheNewestOfTheBlocksThatWait) {
     EXPECT_FALSE(worker.DoWork(1, nullptr));
     EXPECT_TRUE(Give(worker, "first"));
     callback.seen.Await(1);
-    EXPECT_TRUE(Give(worker, "second"));
+    EXPECT_TRUE(Give(worker, "other"));
     EXPECT_TRUE(Give(worker, "third"));
     gate.Open();
-    callback.seen.Await(4);
-    Sleep(20);
-    EXPECT_EQ(callback.seen.Await(0), (Texts{"first", "first", "third", "third"}));
+    callback.seen.Await(6);
+    AwaitOthersAsleep();
+    EXPECT_EQ(callback.seen.Await(0),
+              (Texts{"first", "first", "d tail", "third", "third", "d tail"}));
 }
 
-TEST(Worker, ABlockLeavesTheTailOfALongerOneThatWasDropped) {
-    Callback callback;
-    callback.then = [&](char* data) { callback.seen.Note(data + std::strlen(data) + 1); };
-    DWorkerThread worker("worker", 0, 0, 0);
-    Give(worker, "dropped, because there is no callback");
-    Sleep(20);
-    worker.AddCallbackObject(&callback);
-    Give(worker, "block");
-    EXPECT_EQ(callback.seen.Await(2), (Texts{"block", "d, because there is no callback"}));
-}
-
-TEST(Worker, EndsParkedIdleOrAfterItsCallbackAndBeginsNoOther) {
+TEST(Worker, EndsParkedDerivedIdleOrAfterItsCallbackAndBeginsNoOther) {
     Callback callback;
     callback.then = [&](char*) { Sleep(100); };
     testing::internal::CaptureStdout();
     {
         DWorkerThread parked("parked", 0, 0, kNoThreadYet);
         DThread::Create(&parked, 0, 0, 0);
+        struct Derived : DWorkerThread {
+            using DWorkerThread::DWorkerThread;
+            void Run() override {}
+        } derived("derived", 0, 0, kNoThreadYet);
+        DThread::Create(&derived, 0, 0, 0);
+        derived.Start();
         DWorkerThread idle("idle", 0, 0, 0);
         DWorkerThread worker("busy", 0, 0, 0);
         worker.AddCallbackObject(&callback);
@@ -94,16 +95,16 @@ TEST(Worker, GivesACallbackUpAfterASecond) {
     Give(*worker, "stuck");
     callback.seen.Await(1);
     testing::internal::CaptureStdout();
-    auto const begin = std::chrono::steady_clock::now();
+    unsigned int const startMs = GetTickCount();
     worker.reset();
-    auto const elapsed = std::chrono::steady_clock::now() - begin;
-    EXPECT_GE(elapsed, std::chrono::milliseconds(950));
-    EXPECT_LT(elapsed, std::chrono::milliseconds(2500));
+    unsigned int const elapsedMs = GetTickCount() - startMs;
+    EXPECT_GE(elapsedMs, 950U);
+    EXPECT_LT(elapsedMs, 2500U);
     EXPECT_EQ(testing::internal::GetCapturedStdout(),
               "pthread_detached successfull for thread (stuck).\n");
     gate.Open();
     EXPECT_EQ(callback.seen.Await(2).back(), "back");
-    Sleep(50); // on its way it touches nothing of the worker
+    AwaitOthersAsleep(); // on its way it touches nothing of the worker
 }
 
 TEST(Worker, ACallbackMayUseAndDestroyItsWorker) {
@@ -119,12 +120,31 @@ TEST(Worker, ACallbackMayUseAndDestroyItsWorker) {
     worker->AddCallbackObject(&callback);
     Give(*worker, "again");
     EXPECT_EQ(callback.seen.Await(3), (Texts{"again", "last", "destroyed"}));
-    Sleep(20);
+    AwaitOthersAsleep();
 }
+
+// Holds a thread up that waits, and must live until that thread has left.
+struct SlowEvent : DEventImpl {
+    SlowEvent() : DEventImpl(false, false) {}
+    ~SlowEvent() override { EXPECT_FALSE(isInUse); }
+    wait_result_t Wait(int timeoutMs) override {
+        isInUse = true;
+        Sleep(200);
+        isInUse = false;
+        return DEventImpl::Wait(timeoutMs);
+    }
+
+    std::atomic<bool> isInUse = false;
+};
 
 TEST(Worker, KeepsABlockUntilItHasAThreadThatIsStarted) {
     Callback callback;
     DWorkerThread worker("late", 0, 0, kNoThreadYet);
+    callback.then = [&](char* data) { // on the thread that waits for the event
+        if (std::strcmp(data, "early") == 0) {
+            delete std::exchange(worker.m_stopEvent.m_impl, new SlowEvent);
+        }
+    };
     worker.AddCallbackObject(&callback);
     EXPECT_TRUE(Give(worker, "early"));
     g_spuriousWakeUps = 3; // which don't start it
@@ -136,7 +156,7 @@ TEST(Worker, KeepsABlockUntilItHasAThreadThatIsStarted) {
     worker.Kill(); // gives the handle up, and the thread works on
     EXPECT_TRUE(Give(worker, "more"));
     EXPECT_EQ(callback.seen.Await(2), (Texts{"early", "more"}));
-    Sleep(50); // nobody waits for a callback after Kill
+    AwaitOthersAsleep(); // the thread is held up in the event, and the worker's end waits for it
 }
 
 } // namespace

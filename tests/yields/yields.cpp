@@ -4,7 +4,7 @@
 //   YIELDS_SEED=7 LD_PRELOAD=libyields.so program
 //
 // Each thread draws from a sequence of its own. The sequence depends on the seed and on how many
-// threads came before this one, so a run is repeated by its seed as far as the scheduler allows.
+// threads came before this one. So a seed repeats its run as far as the scheduler allows.
 // One call in two goes on at once, most others yield, and one in sixteen sleeps.
 #include <atomic>
 #include <cerrno>
@@ -37,8 +37,8 @@ std::uint32_t Draw() {
 }
 
 // Disables cancellation because the wrapped call may not be a cancellation point, and nanosleep is.
-// It calls the C library's function even if the program has one of that name: a test may hold a
-// thread up there, but here the thread may have a lock.
+// It calls the C library's function even if the program has one of that name. A test may hold a
+// thread up in its own one, but here the thread may have a lock.
 void Sleep(std::uint32_t draw) {
     static auto* const setCancelState = reinterpret_cast<decltype(&pthread_setcancelstate)>(
         dlsym(RTLD_NEXT, "pthread_setcancelstate"));
@@ -96,8 +96,9 @@ YIELDS_AROUND(pthread_join, (pthread_t thread, void** value), (thread, value))
 YIELDS_AROUND(pthread_timedjoin_np, (pthread_t thread, void** value, timespec const* deadline),
               (thread, value, deadline))
 YIELDS_AROUND(pthread_detach, (pthread_t thread) noexcept, (thread))
-YIELDS_AROUND(pthread_kill, (pthread_t thread, int signal) noexcept, (thread, signal))
 YIELDS_AROUND(sem_post, (sem_t * semaphore) noexcept, (semaphore))
 YIELDS_AROUND(sem_wait, (sem_t * semaphore), (semaphore))
 YIELDS_AROUND(sem_trywait, (sem_t * semaphore) noexcept, (semaphore))
+YIELDS_AROUND(sem_clockwait, (sem_t * semaphore, clockid_t clock, timespec const* deadline),
+              (semaphore, clock, deadline))
 YIELDS_AROUND(sem_timedwait, (sem_t * semaphore, timespec const* deadline), (semaphore, deadline))

@@ -1,0 +1,16 @@
+// Values that thread objects take and return, where more than one source uses them.
+#pragma once
+
+namespace verrick {
+
+// Bit 0 of a thread's flags: the constructor creates no POSIX thread.
+constexpr int kNoThreadYet = 1;
+
+// The flags of the library's own threads, which are created parked. No bit of them has an effect,
+// because bit 0 is clear.
+constexpr int kCreateParked = 2;
+
+// What GetThreadId returns while there is no thread.
+constexpr int kNoThreadId = -1;
+
+} // namespace verrick
