@@ -27,7 +27,7 @@ int ThreadSpawn(Entry entry, void* argument, int priority, long /*reserved1*/, l
     if (block == nullptr) {
         return 0;
     }
-    pthread_attr_t attributes;
+    pthread_attr_t attributes{}; // the defaults, if the next call fails
     pthread_attr_init(&attributes);
     pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
     if (stackSize > 0) {
