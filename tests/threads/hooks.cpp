@@ -1,6 +1,5 @@
 #include "hooks.h"
 
-#include <cerrno>
 #include <pthread.h>
 #include <utility>
 
@@ -19,12 +18,6 @@ extern "C" int pthread_setcancelstate(int state, int* old) {
         gate->Pass();
     }
     return real(state, old);
-}
-
-extern "C" int pthread_create(pthread_t* thread, pthread_attr_t const* attributes,
-                              void* (*entry)(void*), void* argument) noexcept {
-    static auto* const real = Real(pthread_create, "pthread_create");
-    return g_refuseCreation ? EAGAIN : real(thread, attributes, entry, argument);
 }
 
 extern "C" int pthread_getschedparam(pthread_t thread, int* policy, sched_param* param) noexcept {

@@ -86,9 +86,6 @@ Function* Real(Function*, char const* name) {
 // parked. The pointer becomes null, with a notice, when a thread gets there.
 inline std::atomic<Gate*> g_insideObject{nullptr};
 
-// While set, the system refuses to create threads.
-inline std::atomic<bool> g_refuseCreation{false};
-
 // That many of the next waits without a time-out end at once, as if woken.
 inline std::atomic<int> g_spuriousWakeUps{0};
 
