@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <map>
 #include <new>
+#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -43,6 +44,7 @@ void Try(void (*scenario)(int), int variant, Failure const& failure) {
     }
     if (auto const after = InUse(); after != before) {
         Say{"left", after[0] - before[0], after[1] - before[1], after[2] - before[2]};
+        std::exit(1); // or each later time would wait in vain
     }
     std::cout << "\n= " << variant << ' ' << failure.n << ' ' << g_failure.happened << std::endl;
 }
@@ -53,6 +55,7 @@ int main(int, char** arguments) {
     struct sigaction action {};
     action.sa_handler = [](int) {};
     sigaction(SIGUSR1, &action, nullptr);
+    std::thread([] {}).join(); // now a sanitizer has its own thread, too
     auto const& [scenario, variants] = kScenarios.at(arguments[1]);
     Failure failure{Kind{std::stoi(arguments[2])}, std::stoi(arguments[3]), arguments[4], 0};
     for (int variant = 0; variant < variants; ++variant) {

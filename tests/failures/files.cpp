@@ -9,7 +9,6 @@
 #include <cwchar>
 #include <map>
 #include <memory>
-#include <new>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -162,13 +161,14 @@ void OpenFiles(int) {
     Say{file.Open("f", FILE_MODE_WRITE | FILE_MODE_CREATE), file.Name() != nullptr};
 }
 
-// By the name of the directory, and in the current one. The root has such an entry too.
+// By the name of the directory, and in the current one. The root has such an
+// entry too. The last variant finds nothing.
 void SearchDirectories(int variant) {
     WriteFile("tmp", "text");
     FindData data{7, 1, 2, 3, 9, "x"};
     errno = 77;
     Arm();
-    long const search = _findfirst(variant == 0 ? "./tmp" : "tmp", &data);
+    long const search = _findfirst(variant == 0 ? "./tmp" : variant == 1 ? "tmp" : "no", &data);
     Say{search != -1, errno, data.name, data.size};
     Say{_findnext(search, &data), errno, _findclose(search)};
 }

@@ -1,5 +1,4 @@
 #include <verrick/queues.h>
-#include <verrick/time_primitives.h>
 
 #include <gtest/gtest.h>
 
