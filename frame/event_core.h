@@ -41,8 +41,12 @@ class EventCore : public EventSteps<Fields> {
 public:
     explicit EventCore(Fields const& fields) : EventSteps<Fields>(fields) {}
 
-    // Makes condition and mutex. All calls are made, whatever their results.
+    // Makes condition and mutex. All calls are made, whatever their results. What the system
+    // refuses to make is a plain one.
     void Create() const {
+        this->Condition() = PTHREAD_COND_INITIALIZER;
+        this->Mutex() = PTHREAD_MUTEX_INITIALIZER;
+        this->MutexAttribute() = {};
         pthread_cond_init(&this->Condition(), nullptr);
         pthread_mutexattr_init(&this->MutexAttribute());
         pthread_mutexattr_settype(&this->MutexAttribute(), PTHREAD_MUTEX_ERRORCHECK);

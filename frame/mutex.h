@@ -8,8 +8,9 @@ namespace verrick {
 // Sets up attribute and mutex, error-checking and thus not recursive: a second lock by the holder
 // fails with EDEADLK instead of blocking, an unlock by anybody else with EPERM. The attribute stays
 // with the mutex until DestroyErrorCheckMutex. Stops at the first call that fails, and says
-// nothing.
+// nothing. Then the mutex is a plain one, which still locks.
 inline void InitErrorCheckMutex(pthread_mutex_t& mutex, pthread_mutexattr_t& attribute) {
+    mutex = PTHREAD_MUTEX_INITIALIZER;
     if (pthread_mutexattr_init(&attribute) == 0 &&
         pthread_mutexattr_settype(&attribute, PTHREAD_MUTEX_ERRORCHECK) == 0) {
         pthread_mutex_init(&mutex, &attribute);

@@ -29,7 +29,7 @@ bool LineScanner::NextAcrossBlocks() {
     }
     m_textEnd = lineFeed != nullptr ? lineFeed : m_filled;
     m_next = lineFeed != nullptr ? lineFeed + 1 : m_filled;
-    bool const isLine = m_next > m_line;
+    bool const isLine = m_next > m_line && !m_failed; // a part of a line is none
     if (m_droppedBytes > 0) {
         m_textEnd = m_line + kLineElements;
     }
@@ -37,10 +37,10 @@ bool LineScanner::NextAcrossBlocks() {
 }
 
 // Makes room in a full block: drops the lines that were taken, or the middle of a line that fills
-// the block. Returns false if the file ends here all the same.
+// the block. Returns false if the file ends here all the same, or couldn't be read.
 bool LineScanner::MakeRoom() {
-    if (m_filled != m_blockEnd) {
-        return true;
+    if (m_failed || m_filled != m_blockEnd) {
+        return !m_failed;
     }
     if (m_block == m_firstBlock) {
         if (!MayReadOn()) {
@@ -61,9 +61,13 @@ bool LineScanner::MakeRoom() {
 }
 
 // A device may deliver bytes for ever, and then a scan would never end.
-bool LineScanner::MayReadOn() const {
+bool LineScanner::MayReadOn() {
+    if (m_isPipe) {
+        return true;
+    }
     struct stat status {};
-    return m_isPipe || (fstat(m_descriptor, &status) == 0 && S_ISREG(status.st_mode));
+    m_failed = fstat(m_descriptor, &status) != 0;
+    return !m_failed && S_ISREG(status.st_mode);
 }
 
 // Without the memory for it, the small block has to do.

@@ -28,7 +28,8 @@ public:
     LineScanner(LineScanner const&) = delete;
     LineScanner& operator=(LineScanner const&) = delete;
 
-    // Goes to the next line. Returns false at the end of the file and after a read error.
+    // Goes to the next line. Returns false at the end of the file and after a read error. Of a line
+    // that an error cuts, nothing is seen.
     bool Next() {
         char* const lineFeed = Find(m_next, '\n');
         if (lineFeed == nullptr) {
@@ -94,7 +95,7 @@ private:
 
     bool NextAcrossBlocks();
     bool MakeRoom();
-    bool MayReadOn() const;
+    bool MayReadOn();
     void UseLargeBlock();
     bool Fill();
     ssize_t Read(char* buffer, std::size_t size);

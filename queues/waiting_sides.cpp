@@ -17,6 +17,7 @@ constexpr timespec kNever = {std::numeric_limits<time_t>::max(), 0};
 
 WaitingCall::WaitingCall(Side side, std::uint32_t timeoutMs)
     : m_post(), m_side(side), m_timeoutMs(timeoutMs), m_deadline(kNever) {
+    ErrnoKept const kept;
     sem_init(&m_post, 0, 0);
 }
 

@@ -42,7 +42,7 @@ targets=(i686 ppc aarch64 armhf s390x riscv64)
 # The Debian packages for each purpose. A script asks for the purposes that it serves.
 declare -A packages=(
     [build]="cmake ninja-build g++"
-    [test]="googletest clang gdb pkgconf"
+    [test]="googletest clang gdb pkgconf python3"
     [i686]="g++-i686-linux-gnu"
     [ppc]="g++-powerpc-linux-gnu qemu-user locales"
     [aarch64]="g++-aarch64-linux-gnu qemu-user"

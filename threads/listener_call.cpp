@@ -16,10 +16,11 @@ thread_local bool t_inListener = false;
 
 } // namespace
 
-// The clock is the monotonic one, so that setting the system's time moves no bound.
-ListenerCall::ListenerCall() : m_maskOfNewThreads(MaskOfNewThreads()) {
+// The clock is the monotonic one, so that setting the system's time moves no bound. What the system
+// refuses to make is zero, and works as a plain condition.
+ListenerCall::ListenerCall() : m_maskOfNewThreads(MaskOfNewThreads()), m_ended() {
     InitErrorCheckMutex(m_mutex, m_mutexAttr);
-    pthread_condattr_t attributes;
+    pthread_condattr_t attributes{};
     pthread_condattr_init(&attributes);
     pthread_condattr_setclock(&attributes, CLOCK_MONOTONIC);
     pthread_cond_init(&m_ended, &attributes);

@@ -27,9 +27,10 @@ int ThreadSpawn(Entry entry, void* argument, int priority, long /*reserved1*/, l
     if (block == nullptr) {
         return 0;
     }
-    pthread_attr_t attributes;
+    pthread_attr_t attributes{}; // the defaults, if the next call fails
     pthread_attr_init(&attributes);
-    pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
+    bool const beginsDetached =
+        pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED) == 0;
     if (stackSize > 0) {
         pthread_attr_setstacksize(&attributes, static_cast<std::size_t>(stackSize));
     }
@@ -44,6 +45,8 @@ int ThreadSpawn(Entry entry, void* argument, int priority, long /*reserved1*/, l
     bool const isCreated = pthread_create(&thread, &attributes, &ThreadMain, block) == 0;
     if (!isCreated) {
         delete[] block; // a created thread frees it itself
+    } else if (!beginsDetached) {
+        pthread_detach(thread);
     }
     pthread_attr_destroy(&attributes);
     return isCreated ? 1 : 0;

@@ -74,10 +74,11 @@ private:
     verrick::MutexLock m_lock;
 };
 
-// The attributes of a new thread, for a scope.
+// The attributes of a new thread, for a scope. If the system refuses them they are zero, which
+// stands for its defaults.
 class Attributes {
 public:
-    Attributes() { pthread_attr_init(&m_attributes); }
+    Attributes() : m_attributes() { pthread_attr_init(&m_attributes); }
     ~Attributes() { pthread_attr_destroy(&m_attributes); }
     Attributes(Attributes const&) = delete;
     Attributes& operator=(Attributes const&) = delete;
@@ -198,9 +199,10 @@ private:
     ObjectUse& m_use;
 };
 
+// The condition is zeroed first, so that it is a plain one if the system refuses to make it.
 DThreadImpl::DThreadImpl(char const* name, int priority, int stackSize, int flags, DThread* owner)
     : m_thread(kNoThread), m_priority(priority), m_threadId(kNoThreadId), m_continue(false, false),
-      m_owner(owner), m_started(0), m_joined(0), m_killed(0), m_waiters(0),
+      m_owner(owner), m_deathCond(), m_started(0), m_joined(0), m_killed(0), m_waiters(0),
       m_state(State::NoThread), m_joining(false), m_hasEnded(false),
       m_use(new ObjectUse(*this, owner)) {
     Steps::StoreName(*this, name);

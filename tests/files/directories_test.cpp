@@ -1,5 +1,4 @@
 #include "tests/files/scratch.h"
-#include "tests/support/memory.h"
 #include <verrick/listing.h>
 #include <verrick/paths.h>
 #include <verrick/search.h>
@@ -119,17 +118,6 @@ TEST_F(Directories, TellTheStatusOfAnEntry) {
     EXPECT_TRUE(info.isDirectory);
 }
 
-TEST_F(Directories, TellZerosOfALinkThatPointsNowhereAndLeaveErrnoAlone) {
-    fs::create_symlink("nowhere", "link");
-    errno = 77;
-    EXPECT_TRUE(IsSearched("link"));
-    EXPECT_TRUE(IsListed("link"));
-    EXPECT_FALSE(list.FindNext(&info));
-    EXPECT_EQ(errno, 77);
-    EXPECT_EQ(data.createTime, 0);
-    EXPECT_FALSE(info.isDirectory);
-}
-
 TEST_F(Directories, AreTheOnesThatWereOpened) {
     fs::create_directory("dir");
     WriteFile("dir/xa", "text");
@@ -187,42 +175,6 @@ TEST_F(Directories, GiveNamesWholeOrNotAtAll) {
         EXPECT_EQ(IsListed("nnn*"), bytes < 4096);
         EXPECT_EQ(std::wcslen(info.name), bytes < 4096 ? bytes : 4095);
     }
-}
-
-// A file in the place of the directory's descriptor makes the next read of the directory fail.
-TEST_F(Directories, TellAReadErrorFromTheEnd) {
-    int const file = open("/dev/null", O_RDONLY);
-    int const directory = NextDescriptor();
-    long const search = _findfirst("*", &data);
-    dup2(file, directory);
-    while (_findnext(search, &data) == 0) {
-    }
-    EXPECT_EQ(errno, ENOTDIR);
-    _findclose(search);
-    EXPECT_TRUE(IsListed("*"));
-    dup2(file, directory);
-    while (list.FindNext(&info)) {
-    }
-    EXPECT_EQ(errno, ENOTDIR);
-    close(file);
-}
-
-TEST_F(Directories, AreNotBelowTheRootIfTheCurrentOneWasRemoved) {
-    fs::create_directory("dir");
-    fs::current_path("dir");
-    fs::remove("../dir");
-    EXPECT_TRUE(IsListed("/proc/*"));
-    EXPECT_FALSE(IsListed("proc/*"));
-    EXPECT_FALSE(IsSearched("*"));
-}
-
-TEST_F(Directories, AreNotFoundWhenMemoryIsShort) {
-    EXPECT_TRUE(IsListed("."));
-    for (int granted = 0; granted < 3; ++granted) {
-        EXPECT_FALSE(WithMemoryFor(granted, [&] { return list.FindFirst(L".", &info); }));
-    }
-    EXPECT_EQ(WithMemoryFor(0, [&] { return _findfirst(".", &data); }), -1);
-    EXPECT_EQ(errno, ENOMEM);
 }
 
 TEST_F(Directories, HaveNoPathBeforeTheirFirstSearch) {

@@ -59,17 +59,6 @@ TEST(Libraries, NeverLoadOrFindPartOfAName) {
               "");
 }
 
-TEST(Libraries, StayLoadedWhenTheLoaderRefusesToUnload) {
-    DDynamicLibrary library(L"libm.so.6"); // which the C++ library needs, so it stays in memory
-    void* const handle = dlopen("libm.so.6", RTLD_LAZY);
-    dlclose(handle);
-    dlclose(handle); // without the object's knowledge
-    ASSERT_EQ(dlclose(handle), -1);
-    std::string const reason = dlerror();
-    EXPECT_EQ(Printed([&] { EXPECT_TRUE(library.Load(nullptr)); }),
-              "Library failed to unload due to error ( " + reason + ")\n");
-}
-
 TEST(Libraries, WorkThroughTheFlatCallsInAnyLanguage) {
     Scratch const scratch;
     Utf8Locale const utf8;

@@ -7,20 +7,11 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
 #include <functional>
-#include <new>
 #include <thread>
 #include <utility>
 
 #include "tests/support/asleep.h"
-
-static bool g_refuseAttributes = false;
-
-extern "C" int pthread_mutexattr_settype(pthread_mutexattr_t* attribute, int kind) noexcept {
-    std::memcpy(attribute, &kind, sizeof kind); // as glibc keeps an attribute
-    return g_refuseAttributes ? ENOMEM : 0;
-}
 
 // Called once instead of the next timed wait, which ends with its time then.
 static std::function<void()> g_insteadOfWait;
@@ -172,19 +163,6 @@ TEST(EventHandle, APulseFreesOneBlockedThreadOfEitherKindAndLeavesTheEventUnsign
         EXPECT_FALSE(event.Wait(0));
         event.event.CloseHandle();
     }
-}
-
-TYPED_TEST(EventTwins, GetAMutexWhateverItsAttributesSay) {
-    alignas(TypeParam) unsigned char memory[sizeof(TypeParam)];
-    std::memset(memory, 0xFF, sizeof memory);
-    g_refuseAttributes = true;
-    auto* const event = new (memory) TypeParam;
-    g_refuseAttributes = false;
-    std::thread waiter([event] { EXPECT_TRUE(event->Wait(60000)); });
-    AwaitOthersAsleep();
-    event->Signal();
-    waiter.join();
-    event->~TypeParam();
 }
 
 #ifndef __SANITIZE_ADDRESS__ // its runtime takes the unwinding of a cancelled thread for an overrun

@@ -1,7 +1,9 @@
 // What INI files hold, and what is read from them.
 #include "tests/ini/ini_files.h"
 
+#include <fcntl.h>
 #include <random>
+#include <sys/stat.h>
 #include <tuple>
 #include <vector>
 
@@ -186,6 +188,22 @@ TEST_F(Ini, TextThatDoesNotConvertLeavesTheFileAlone) {
     EXPECT_EQ(ini.PutKeyValue(L"\xd800", L"k", L"v"), 0);
     EXPECT_EQ(ini.PutSection(L"a", L"p\0\xd800\0"), 0);
     EXPECT_EQ(Stored(), kWorked);
+}
+
+TEST_F(Ini, OnlyARegularFileIsEditedAndNoneMakesTheCallWaitForEver) {
+    ASSERT_EQ(mkfifo(Path("/pipe").c_str(), 0600), 0);
+    for (std::wstring const& name : {Name(L"/pipe"), Name(L""), L"/dev/null"s, L"/dev/zero"s}) {
+        wchar_t out[8];
+        EXPECT_EQ(WritePrivateProfileString(L"a", L"k", L"v", name.c_str()), 0);
+        EXPECT_EQ(WritePrivateProfileSection(L"a", nullptr, name.c_str()), 0);
+        EXPECT_EQ(GetPrivateProfileString(L"a", L"k", L"none", out, 8, name.c_str()), 4u);
+    }
+}
+
+TEST_F(Ini, AStartedProgramDoesNotInheritTheFile) {
+    int const next = NextDescriptor();
+    DIni const ini(Name().c_str());
+    EXPECT_EQ(fcntl(next, F_GETFD), FD_CLOEXEC);
 }
 
 TEST_F(Ini, ALineOfASectionIsCutAtAWholeCharacter) {

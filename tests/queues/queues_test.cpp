@@ -1,5 +1,4 @@
 #include <verrick/queues.h>
-#include <verrick/time_primitives.h>
 
 #include <gtest/gtest.h>
 
@@ -12,7 +11,6 @@
 #include <thread>
 
 #include "tests/support/asleep.h"
-#include "tests/support/memory.h"
 
 class MessageQueue : public testing::Test {
 protected:
@@ -151,7 +149,7 @@ TEST_F(MessageQueue, OfCapacityZeroIsAlwaysFullAndAlwaysEmpty) {
     EXPECT_EQ(errno, 0);
 }
 
-TEST_F(MessageQueue, ThatCannotBeMadeIsNullWhichAllCallsTakeAndLeavesErrnoAlone) {
+TEST_F(MessageQueue, ThatCannotBeMadeIsNullWhichAllCallsTake) {
     EXPECT_EQ(MsgQCreate(-1, 16), nullptr);
     EXPECT_EQ(MsgQCreate(1, 0xFFFFFFFC), nullptr);
     EXPECT_EQ(MsgQCreate(INT_MAX, 16), nullptr);
@@ -160,9 +158,4 @@ TEST_F(MessageQueue, ThatCannotBeMadeIsNullWhichAllCallsTakeAndLeavesErrnoAlone)
     EXPECT_EQ(MsgQReceive(nullptr, nullptr, 0, 0), -1);
     EXPECT_EQ(MsgQNumMsgs(nullptr), -1);
     EXPECT_EQ(MsgQDelete(nullptr), 0);
-    errno = 0;
-    for (int granted = 0; granted < 4; ++granted) { // a record and three events, at least
-        EXPECT_EQ(WithMemoryFor(granted, [] { return MsgQCreate(2, 8); }), nullptr) << granted;
-        EXPECT_EQ(errno, 0) << granted;
-    }
 }

@@ -1,6 +1,5 @@
 #include "hooks.h"
 
-#include <cerrno>
 #include <pthread.h>
 #include <utility>
 
@@ -11,12 +10,6 @@ extern "C" int pthread_setcancelstate(int state, int* old) {
         gate->Pass();
     }
     return Real(pthread_setcancelstate, "pthread_setcancelstate")(state, old);
-}
-
-extern "C" int pthread_create(pthread_t* thread, pthread_attr_t const* attributes,
-                              void* (*entry)(void*), void* argument) noexcept {
-    static auto* const real = Real(pthread_create, "pthread_create");
-    return g_refuseCreation ? EAGAIN : real(thread, attributes, entry, argument);
 }
 
 extern "C" int pthread_detach(pthread_t thread) noexcept {

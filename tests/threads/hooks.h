@@ -86,9 +86,6 @@ Function* Real(Function*, char const* name) {
 // parked. The pointer becomes null, with a notice, when a thread gets there.
 inline std::atomic<Gate*> g_insideObject{nullptr};
 
-// While set, the system refuses to create threads.
-inline std::atomic<bool> g_refuseCreation{false};
-
 // How many threads have been detached.
 inline std::atomic<int> g_detached{0};
 

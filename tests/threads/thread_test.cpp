@@ -9,7 +9,6 @@
 
 #include "hooks.h"
 #include "tests/support/asleep.h"
-#include "tests/support/memory.h"
 
 namespace {
 
@@ -63,25 +62,6 @@ int Allowed(int priority) {
     bool const isAllowed = sched_setscheduler(0, SCHED_RR, &parameters[1]) == 0;
     sched_setscheduler(0, SCHED_OTHER, &parameters[0]);
     return isAllowed ? priority : 0;
-}
-
-TEST(Thread, AnObjectWhoseCreationFailedHasNone) {
-    testing::internal::CaptureStdout();
-    g_refuseCreation = true;
-    Thread thread([] {}, nullptr, 100);
-    g_refuseCreation = false;
-    thread.SetName("ignored");
-    thread.Start();
-    thread.Kill();
-    EXPECT_STREQ(thread.GetName(), "UNKNOWN");
-    EXPECT_EQ(thread.GetPriority(), 100);
-    EXPECT_EQ(thread.SetPriority(10), -1);
-    EXPECT_EQ(thread.GetThreadId(), -1);
-    EXPECT_EQ(thread.WaitForThreadDeath(0), WAIT_RESULT_FAILED);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(),
-              "DThread::Failed to create the thread.\n"
-              "WaitForThreadDeath::Run not started. or invalid thread handle\n");
-    EXPECT_TRUE(DThread::Create(&thread, 0, 0, 0)); // it gets one after all
 }
 
 TEST(Thread, AJoinedOneIsOkAlsoForTheThreadThatHasItsIdNow) {
@@ -277,16 +257,6 @@ TEST(Task, RunsWithItsArgumentPriorityAndStack) {
         EXPECT_EQ(properties.scheduling.sched_priority, Allowed(priority));
         EXPECT_EQ(properties.stackBytes, 1U << 20);
     }
-}
-
-TEST(Task, IsRefusedWithoutAnEntryAThreadOrMemory) {
-    auto const entry = [](void*) { std::abort(); };
-    EXPECT_EQ(ThreadSpawn(nullptr, nullptr, 0, 0, 0, 0), 0);
-    g_refuseCreation = true;
-    EXPECT_EQ(ThreadSpawn(entry, nullptr, 0, 0, 0, 0), 0);
-    g_refuseCreation = false;
-    MemoryShortage const shortage;
-    EXPECT_EQ(ThreadSpawn(entry, nullptr, 0, 0, 0, 0), 0);
 }
 
 } // namespace

@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <new>
 #include <signal.h>
 #include <sys/wait.h>
 #include <thread>
@@ -11,7 +10,6 @@
 
 #include "hooks.h"
 #include "tests/support/asleep.h"
-#include "tests/support/memory.h"
 
 namespace {
 
@@ -20,22 +18,6 @@ struct Service {
     ~Service() { DTimeManager::DestroyInstance(); }
     DTimeManager* operator->() const { return DTimeManager::GetInstance(10); }
 };
-
-TEST(Timers, ShortMemoryLeavesNoTimerNoServiceAndNoLock) {
-    Listener listener;
-    DTimeManager* built = nullptr;
-    for (int granted = 0; built == nullptr; ++granted) {
-        try {
-            built = WithMemoryFor(granted, [] { return DTimeManager::GetInstance(10); });
-        } catch (std::bad_alloc const&) {
-        }
-    }
-    Service const service;
-    auto const create = [&] { return service->CreateRelativeTimer(&listener, 1, 10, 0, 0); };
-    EXPECT_THROW(WithMemoryFor(0, create), std::bad_alloc);
-    std::thread(create).join();
-    EXPECT_EQ(listener.noted.Await(1), Ids{1});
-}
 
 TEST(Timers, TheDispatcherFlushesOneTimerAlone) {
     Gate gate;

@@ -1,0 +1,202 @@
+// Scenarios of text, INI files, files, directories and libraries. All files are in the current
+// directory.
+#include "tests/failures/calls.h"
+#include "tests/ini/ini_files.h"
+#include <verrick/verrick.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cwchar>
+#include <map>
+#include <memory>
+#include <sys/resource.h>
+#include <unistd.h>
+
+namespace {
+
+using namespace std::string_literals;
+
+constexpr Edit kEdits[] = {
+    {L"s0", L"k1", L"a value that is longer than the one before"},
+    {L"s0", L"k1", L"short"},
+    {L"s0", L"k1", L"nineteen bytes, too"},
+    {L"s0", L"new", L"value"},
+    {L"new", L"k", L"value"},
+    {L"s0", L"k1", nullptr},
+    {L"s0", nullptr, nullptr},
+    {L"s1", nullptr, L"first=1\0second=2\0"},
+    // s7 is the last section of the smallest file.
+    {L"s7", L"new", L"value"},
+    {L"s7", L"k2", nullptr},
+    {L"s7", nullptr, nullptr},
+    // In the larger files half of the first read ends in this line.
+    {L"s25", L"k2", L"value"},
+};
+constexpr int kEditCount = std::size(kEdits);
+
+// Sections of three keys each, up to about that size.
+std::string TextOfSize(std::size_t bytes) {
+    std::string text = "; made for a test\r\n";
+    for (int section = 0; text.size() < bytes; ++section) {
+        text += "[s" + std::to_string(section) +
+                "]\r\nk0=nineteen bytes long\r\n"
+                "k1=nineteen bytes long\r\nk2=nineteen bytes long\r\n";
+    }
+    return text;
+}
+
+std::string WithoutBlankLines(std::string text) {
+    auto const areLineEnds = [](char last, char next) { return last == '\n' && next == '\n'; };
+    text.erase(std::unique(text.begin(), text.end(), areLineEnds), text.end());
+    return text;
+}
+
+std::string Stored() {
+    std::ifstream file("f.ini", std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// Variant 1 is a class of an application's own, for which an edit opens the file anew.
+std::unique_ptr<IIni> OpenIni(int variant) {
+    struct Derived : DIniImpl {
+        using DIniImpl::DIniImpl;
+    };
+    return std::unique_ptr<IIni>(variant == 1 ? static_cast<IIni*>(new Derived(L"f.ini"))
+                                              : new DIni(L"f.ini"));
+}
+
+} // namespace
+
+void CopyText(int) {
+    WriteFile("lines", "first\nsecond\n");
+    std::unique_ptr<FILE, int (*)(FILE*)> const stream(std::fopen("lines", "re"), std::fclose);
+    wchar_t line[16] = L"~";
+    Arm();
+    try {
+        myfgetws(line, 16, stream.get());
+    } catch (std::bad_alloc const&) {
+        Say{"bad_alloc"};
+    }
+    Say{std::ftell(stream.get()), line[0] == L'~'};
+}
+
+// From a file, and from a pipe.
+void ReadIni(int variant) {
+    std::string const text = TextOfSize(13000) + "[last]\nkey=value\n";
+    WriteFile("f.ini", text);
+    int ends[2] = {-1, -1};
+    bool const isWritten = pipe(ends) == 0 && write(ends[1], text.data(), text.size()) > 0;
+    close(ends[1]);
+    std::unique_ptr<int, void (*)(int*)> const closed(ends, [](int* end) { close(*end); });
+    std::wstring const name = L"/proc/self/fd/" + std::to_wstring(ends[0]);
+    wchar_t out[16] = L"~~~";
+    Arm();
+    Say{isWritten, GetPrivateProfileString(L"last", L"key", L"default", out, 16,
+                                           variant == 0 ? L"f.ini" : name.c_str())};
+    Say{std::string(out, out + std::wcslen(out))};
+}
+
+// Files that fit one block, several blocks, and several moves, and one for a derived class. The
+// edit is made again. Without a failure that is where the file has no room to grow.
+void EditIni(int variant) {
+    static std::map<int, std::string> edited;
+    constexpr std::size_t sizes[] = {600, 600, 13000, 140000};
+    Edit const& edit = kEdits[variant % kEditCount];
+    std::string const before = TextOfSize(sizes[variant / kEditCount]);
+    std::string const fresh = "[another]\nfile=of its own\n[with]\nother=offsets\n";
+    WriteFile("f.ini", before);
+    WriteFile("new", fresh);
+    auto const ini = OpenIni(variant / kEditCount);
+    bool isEdited = false;
+    try {
+        Arm();
+        isEdited = edit.Apply(*ini) == 1;
+    } catch (std::bad_alloc const&) {
+        Say{"bad_alloc"};
+    }
+    Arm(false);
+    std::string const left = Stored();
+    std::string const& after = edited.emplace(variant, left).first->second;
+    std::string const lines = WithoutBlankLines(left);
+    bool const isWhole = lines == WithoutBlankLines(before) || lines == WithoutBlankLines(after);
+    Say{isEdited, left == after    ? "edited"
+                  : left == before ? "as it was"
+                  : left == fresh  ? "the new file"
+                  : isWhole        ? "old or new lines"
+                                   : "damaged"};
+    bool isUsable = left != before || (edit.Apply(*ini) == 1 && Stored() == after);
+    if (*g_failure.calls == '\0') {
+        rlimit limit{};
+        getrlimit(RLIMIT_FSIZE, &limit);
+        rlimit const tight{variant % 2 == 0 ? before.size() / 2 : before.size() + 1,
+                           limit.rlim_max};
+        WriteFile("f.ini", before);
+        setrlimit(RLIMIT_FSIZE, &tight);
+        std::string const& allowed = edit.Apply(*ini) == 1 ? after : before;
+        setrlimit(RLIMIT_FSIZE, &limit);
+        isUsable = isUsable && Stored() == allowed;
+    }
+    Say{isUsable ? "usable" : "not usable"};
+}
+
+// It is more than what an edit keeps to undo itself.
+void RemoveManyLines(int) {
+    std::string const others = "[z]\nk=2\n" + TextOfSize(100000);
+    std::string text = "[a]\nk=1\n[long]\n";
+    while (text.size() < 150000) {
+        text += "a line of a long section\n";
+    }
+    WriteFile("f.ini", text + others);
+    auto const ini = OpenIni(0);
+    Arm();
+    Say{ini->PutSection(L"long", nullptr)};
+    Arm(false);
+    std::string const left = WithoutBlankLines(Stored());
+    Say{left.starts_with("[a]\nk=1\n"), left.find(others) != left.npos};
+}
+
+void OpenFiles(int) {
+    DFile file;
+    Arm();
+    Say{file.Open("f", FILE_MODE_WRITE | FILE_MODE_CREATE), file.Name() != nullptr};
+}
+
+// By the name of the directory, and in the current one. The root has such an
+// entry too. The last variant finds nothing.
+void SearchDirectories(int variant) {
+    WriteFile("tmp", "text");
+    FindData data{7, 1, 2, 3, 9, "x"};
+    errno = 77;
+    Arm();
+    long const search = _findfirst(variant == 0 ? "./tmp" : variant == 1 ? "tmp" : "no", &data);
+    Say{search != -1, errno, data.name, data.size};
+    Say{_findnext(search, &data), errno, _findclose(search)};
+}
+
+void ListDirectories(int) {
+    WriteFile("tmp", "text");
+    DDirList list;
+    DFileInfo info{3, 9, L"x", true};
+    errno = 0;
+    Arm();
+    Say{list.FindFirst(L"tmp", &info), info.name[0] == L't', info.size};
+    Say{list.FindNext(&info), errno, list.FindFirst(L"tmp", &info)};
+}
+
+void NameDirectories(int) {
+    wchar_t current[4096] = L"kept";
+    wchar_t full[4096] = L"kept";
+    Arm();
+    bool const isKnown = GetCurrentDir(current, 4096) == std::wcslen(current);
+    GetFullFilename(L"name", full, 4096);
+    Say{isKnown, current == L"kept"s, full == L"/name"s, full == current + L"/name"s};
+}
+
+void LoadLibraries(int) {
+    DDynamicLibrary library(L"libm.so.6");
+    Arm();
+    void* const module = LoadLibrary(L"libm.so.6");
+    library.Unload();
+    Arm(false);
+    Say{library.IsLoaded(), library.GetProcedureByName(L"cos") != nullptr, FreeLibrary(module)};
+}

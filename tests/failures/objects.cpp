@@ -1,0 +1,168 @@
+// Scenarios of objects, handles, threads, timers, rings and queues.
+#include "tests/failures/calls.h"
+#include "tests/support/asleep.h"
+#include <verrick/cpp/handle.h>
+#include <verrick/verrick.h>
+
+#include <cerrno>
+#include <functional>
+#include <memory>
+#include <thread>
+
+namespace {
+
+// Notes that it was called.
+struct Callee : ITimerListener, IWorkerCallbackObj {
+    void OnTimerExpired(unsigned int) override { Note(this); }
+    void DoCallback(void*) override { Note(this); }
+    static void Note(void* callee) {
+        static_cast<Callee*>(callee)->called = 1;
+        static_cast<Callee*>(callee)->called.notify_all();
+    }
+    std::atomic<int> called{0};
+};
+
+struct Thread : DThread {
+    explicit Thread(Callee& callee) : DThread(nullptr, 100, 0, 0), m_callee(callee) {}
+    void Run() override { Callee::Note(&m_callee); }
+    Callee& m_callee;
+};
+
+} // namespace
+
+void MakeObjects(int) {
+    Arm();
+    DEvent event(true, true);
+    verrick::Handle const handle(CreateEvent(nullptr, 0, 1, nullptr));
+    DCriticalSection section;
+    DInterlockedValue value(7);
+    verrick::Handle const counted(CreateSemaphore(nullptr, 1, 2, nullptr));
+    DSemaphore first(1, 1, L"name");
+    DSemaphore second(5, 5, L"NAME");
+    long const held = g_heldMutexes;
+    DMonitor const monitor(section);
+    Say{g_heldMutexes - held, value.Increment()};
+    Say{"events", event.Wait(1), event.Wait(1), handle.Wait(1), handle.Wait(1)};
+    Say{"semaphores", counted.Wait(0), second.Wait(0), first.Wait(0)};
+}
+
+// Without a time-out, with one, and with one but without a signal. Tells whether the wait got the
+// signal or lasted its time, and whether a second wait gets a signal.
+void Wait(int variant) {
+    using Queue = std::unique_ptr<MsgQueue, int (*)(MsgQueue*)>;
+    DEvent event(false, true);
+    verrick::Handle const handle(CreateEvent(nullptr, 0, 0, nullptr));
+    DSemaphore semaphore(0, 1, nullptr);
+    verrick::Handle const counted(CreateSemaphore(nullptr, 0, 1, nullptr));
+    Queue const empty(MsgQCreate(1, 1), MsgQDelete);
+    Queue const full(MsgQCreate(1, 1), MsgQDelete);
+    MsgQSend(full.get(), "x", 1, 0, 0);
+    std::function<bool(int)> const waits[] = {
+        [&](int timeoutMs) { return event.Wait(timeoutMs) == WAIT_RESULT_OK; },
+        [&](int timeoutMs) { return handle.Wait(timeoutMs) == WAIT_OBJECT_0; },
+        [&](int timeoutMs) { return semaphore.Wait(timeoutMs) == WAIT_RESULT_OK; },
+        [&](int timeoutMs) { return counted.Wait(timeoutMs) == WAIT_OBJECT_0; },
+        [&](int timeoutMs) { return MsgQReceive(empty.get(), nullptr, 0, timeoutMs) == 0; },
+        [&](int timeoutMs) { return MsgQSend(full.get(), "x", 1, timeoutMs, 0) == 0; }};
+    auto const& wait = waits[variant % 6];
+    bool const isSignalled = variant < 12;
+    std::thread signaller([&] {
+        AwaitOthersAsleep();
+        if (isSignalled) {
+            event.Signal();
+            SetEvent(handle.Get());
+            semaphore.Release(1);
+            ReleaseSemaphore(counted.Get(), 1, nullptr);
+            MsgQSend(empty.get(), "x", 1, 0, 0);
+            MsgQReceive(full.get(), nullptr, 0, 0);
+        }
+    });
+    unsigned int const start = GetTickCount();
+    Arm();
+    Say{wait(variant < 6   ? -1
+             : isSignalled ? 60000
+                           : 50),
+        isSignalled || GetTickCount() - start >= 49};
+    Arm(false);
+    signaller.join();
+    Say{wait(0)};
+}
+
+void RunThreads(int) {
+    Callee callee;
+    Arm();
+    Thread thread(callee);
+    Arm(g_failure.error == EINVAL); // of a wait
+    AwaitOthersAsleep();            // it is parked, or has failed to wait
+    Arm();
+    thread.SetName("new");
+    Say{thread.GetName(), thread.SetPriority(10), thread.GetPriority()};
+    thread.Start();
+    Say{thread.GetThreadId() != -1, thread.WaitForThreadDeath(60000)};
+    Arm(false);
+    Say{"anew", DThread::Create(&thread, 0, 0, 0)};
+    thread.Start();
+    Say{thread.WaitForThreadDeath(-1), callee.called.load()};
+}
+
+// Parked, and in Run.
+void KillThreads(int variant) {
+    Callee callee;
+    Thread thread(callee);
+    if (variant == 1) {
+        thread.Start();
+        callee.called.wait(0);
+    }
+    Arm();
+    thread.Kill();
+    Say{thread.GetThreadId()};
+}
+
+void RunTasks(int) {
+    Callee callee;
+    char data[] = "x";
+    Arm();
+    bool const spawned = ThreadSpawn(Callee::Note, &callee, 0, 0, 0, 1 << 20) != 0;
+    Say{spawned};
+    callee.called.wait(spawned ? 0 : 1);
+    callee.called = 0;
+    DWorkerThread worker("worker", 0, 0, 0);
+    worker.AddCallbackObject(&callee);
+    Say{worker.DoWork(sizeof data, data), "anew", DThread::Create(&worker, 0, 0, 0)};
+    worker.Start();
+    callee.called.wait(0);
+}
+
+// The 65th timer makes the tables of the service grow.
+void RunTimers(int) {
+    Callee callee;
+    Arm();
+    DTimeManager& timers = *DTimeManager::GetInstance(10);
+    Arm(false);
+    for (unsigned int id = 1; id <= 64; ++id) {
+        timers.CreateRelativeTimer(&callee, id, 10, 0, TIMER_INACTIVE);
+    }
+    auto const create = [&] { return timers.CreateRelativeTimer(&callee, 0, 10, 0, 0); };
+    try {
+        Arm();
+        create();
+    } catch (std::bad_alloc const&) {
+        Say{"created", create()};
+    }
+    callee.called.wait(g_failure.error == EAGAIN && *g_failure.happened != '\0' ? 1 : 0);
+    DTimeManager::DestroyInstance();
+}
+
+void MoveBytes(int) {
+    errno = 77;
+    Arm();
+    RingBuffer* const ring = RingCreate(8);
+    CRITICAL_SECTION* const lock = ring != nullptr ? &ring->m_lock : nullptr;
+    Say{"ring", RingBufPut(ring, "x", 1), TryEnterCriticalSection(lock)};
+    LeaveCriticalSection(lock);
+    RingDelete(ring);
+    MsgQueue* const queue = MsgQCreate(2, 8);
+    Say{"queue", MsgQReceive(queue, nullptr, 0, 1), MsgQSend(queue, "x", 1, 0, 0)};
+    Say{MsgQReceive(queue, nullptr, 0, 0), "errno", errno};
+    MsgQDelete(queue);
+}
