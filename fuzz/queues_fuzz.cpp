@@ -116,11 +116,12 @@ void TryRing(Input& input) {
         AGREE(RingFreeBytes(ring) == (isThere ? size - count : -1));
         AGREE(RingIsEmpty(ring) == (isThere && count == 0 ? 1 : 0));
         AGREE(RingIsFull(ring) == (isThere && count == size ? 1 : 0));
+        AGREE(size <= 0 || ring->m_putIndex == (ring->m_getIndex + count) % size);
+        AGREE(size <= 0 || ring->m_getIndex < size);
         unsigned int const step = input.Below(16);
         std::string buffer = input.Text(kSizes + 4) + '.'; // one more than a call may move
         int const nBytes = static_cast<int>(buffer.size()) - 1 - static_cast<int>(input.Below(2));
-        int const most = step < 8 ? size - count : count;
-        int const result = isThere ? std::clamp(nBytes, 0, most) : -1;
+        int const result = isThere ? std::clamp(nBytes, 0, step < 8 ? size - count : count) : -1;
         auto const moved = static_cast<std::size_t>(std::max(result, 0));
         if (step == 15) {
             RingFlush(ring);

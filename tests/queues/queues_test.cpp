@@ -1,6 +1,5 @@
 #include <verrick/queues.h>
 #include <verrick/rings.h>
-#include <verrick/time_primitives.h>
 
 #include <gtest/gtest.h>
 
