@@ -15,6 +15,7 @@ namespace {
 
 constexpr long kToday = 1700000000;
 constexpr unsigned int kPoolSize = 256;
+constexpr unsigned int kRow = 260; // timers at once: more than the pool can take
 
 int g_ticks = 0; // still to come in this Run of the engine
 struct EndOfRun {};
@@ -73,8 +74,7 @@ struct Timer {
 };
 
 // What the operations are promised to do.
-class Model {
-protected:
+struct Model {
     // Of armed timers with equal expiries the newest comes first.
     void List(Timer& timer, bool isArmed) {
         lists[timer.isArmed].erase(timer.place);
@@ -140,8 +140,7 @@ struct Listener : ITimerListener {
     void OnTimerExpired(unsigned int /*id*/) override {}
 };
 
-class Machine : Model {
-public:
+struct Machine : Model {
     explicit Machine(Input& input) : m_input(input) {
         AGREE(m_engine.GetPriority() == 7 && m_dispatch.GetPriority() == 99);
         m_dispatch.Enqueue(nullptr, 0); // is ignored
@@ -163,7 +162,6 @@ public:
         }
     }
 
-private:
     // A tick may have any length here, so that any age is near.
     void Tick() {
         constexpr unsigned int lengthsMs[] = {10, 10, 10, 10, 0, 1, 1000, 1U << 30, UINT_MAX};
@@ -201,23 +199,25 @@ private:
         }
     }
 
-    // An operation on one timer, or on more of them than the pool can take.
+    // An operation on one timer, or on a row that the pool can't take.
     void Operate() {
         constexpr int periodsMs[] = {0, -1, INT_MIN, INT_MAX, 1 << 30, 1000};
         constexpr long distances[] = {
             0, 5, -5, 2147484, -4294967, 4294968, LONG_MAX - kToday, LONG_MIN + kToday};
         unsigned int const operation = m_input.Below(8);
-        unsigned int const which = m_input.Below(7);
-        ITimerListener* const listener = which == 6 ? nullptr : &m_listeners[which % 3];
-        unsigned int id = m_input.Below(6);
-        unsigned int const end = id + (m_input.Below(64) == 63 ? kPoolSize + 44 : 1);
+        unsigned int const who = m_input.Below(18);
+        unsigned int const firstId = m_input.Below(6);
+        unsigned int const row = m_input.Below(64); // 62: of listeners, 63: of ids
         unsigned int const choice = m_input.Below(66);
         unsigned int const flags = m_input.Below(8);
         int const periodMs = choice < 60 ? static_cast<int>(choice) : periodsMs[choice - 60];
         long const distance = distances[choice % 8];
         auto const distanceMs = static_cast<std::int64_t>(
             std::min(std::abs(static_cast<double>(distance)) * 1000, 4294967295.0));
-        for (; id != end; ++id) {
+        for (unsigned int i = 0; i < (row < 62 ? 1 : kRow); ++i) {
+            auto* const listener =
+                who == 17 ? nullptr : &m_listeners[(who + (row == 62 ? i : 0)) % kRow];
+            unsigned int const id = firstId + (row == 63 ? i : 0);
             Name const name{listener, id};
             if (operation < 3) {
                 bool const repeats = (flags & TIMER_REPEAT) != 0;
@@ -250,7 +250,7 @@ private:
     }
 
     Input& m_input;
-    Listener m_listeners[3];
+    Listener m_listeners[kRow];
     DTimeManager m_service{7};
     DTimeManagerImpl& m_engine = static_cast<DTimeManagerImpl&>(*m_service.m_impl);
     DTimerDispatch& m_dispatch = *m_engine.m_dispatch;
