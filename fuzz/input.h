@@ -25,7 +25,8 @@ public:
 
     // At most limit bytes, as many as the next number says.
     std::string Text(unsigned limit) {
-        auto const size = std::min<std::size_t>(Below(limit + 1), m_end - m_next);
+        std::size_t const wanted = Below(limit + 1);
+        auto const size = std::min(wanted, static_cast<std::size_t>(m_end - m_next));
         std::string const text(m_next, m_next + size);
         m_next += size;
         return text;

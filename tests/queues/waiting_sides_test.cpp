@@ -111,6 +111,7 @@ TEST_P(WaitingSides, NeverLeaveAMessageOrASlotToSleepers) {
         model.threads[2].side = kReceivers;
         model.threads[3].side = kReceivers;
         std::ranges::for_each(path, [&model](Step step) { model.Do(step); });
+        ASSERT_EQ(model.sides.IsEmpty(), model.asleep.empty());
         ASSERT_TRUE(model.KeepsTheRule(kSenders));
         ASSERT_TRUE(model.KeepsTheRule(kReceivers));
         for (bool const isNew = seen.insert(model.State()).second; int thread : {0, 1, 2, 3}) {

@@ -1,11 +1,10 @@
 // Certainty that threads which were started to block do so.
 #pragma once
 
-#include <verrick/time_primitives.h>
-
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <thread>
 #include <unistd.h>
 
 inline bool OthersAreAsleep() {
@@ -24,6 +23,6 @@ inline bool OthersAreAsleep() {
 // Returns once all other threads of the process sleep, and go on sleeping.
 inline void AwaitOthersAsleep() {
     for (int seen = 0; seen < 5; seen = OthersAreAsleep() ? seen + 1 : 0) {
-        Sleep(2);
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
     }
 }
