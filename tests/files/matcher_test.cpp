@@ -30,21 +30,4 @@ TEST(Matcher, WorksAsTheTablesOfExamplesSay) {
     }
 }
 
-TEST(Matcher, TriesNoSecondPlaceAndTakesEmptyTexts) {
-    ExpectBoth("*ab", "aab", 1);
-    ExpectBoth("*ab", "acab", 0);
-    ExpectBoth("x*y", "xyy", 1);
-    ExpectBoth("", "", 1);
-    ExpectBoth("", "a", 0);
-    EXPECT_EQ(WildCardMatch("a", nullptr), 0);
-    EXPECT_EQ(WildCardMatch("", nullptr), 1);
-}
-
-// The two bytes are one letter in two cases to towupper, and two things to toupper.
-TEST(Matcher, FoldsForeignBytesInTheWayOfEachFace) {
-    Utf8Locale const utf8;
-    EXPECT_EQ(WildCardMatch("x*\xE9z", "x\xC9z"), 0);
-    EXPECT_EQ(DDirListImpl::WildCardMatch("x*\xE9z", "x\xC9z"), 1);
-}
-
 } // namespace

@@ -255,6 +255,30 @@ TEST_F(IniEdits, OnlyARegularFileIsEditedAndNoneMakesTheCallWaitForEver) {
     }
 }
 
+TEST_F(IniEdits, ProfileCallsCheckTheirArgumentsBeforeTheyCreateTheFile) {
+    wchar_t out[4] = L"~~~";
+    EXPECT_EQ(GetPrivateProfileString(L"s", L"k", L"d", out, 1, Name().c_str()), 0u);
+    EXPECT_EQ(GetPrivateProfileSection(nullptr, out, 4, Name().c_str()), 0u);
+    EXPECT_EQ(GetPrivateProfileSectionNames(nullptr, 4, Name().c_str()), 0u);
+    EXPECT_EQ(WritePrivateProfileString(nullptr, L"k", L"v", Name().c_str()), 0);
+    EXPECT_STREQ(out, L"~~~");
+    EXPECT_EQ(GetPrivateProfileString(L"s", L"k", L"d", out, 4, Name(L"/no/f").c_str()), 0u);
+    EXPECT_EQ(std::wstring(out, 4), L"\0\0~\0"s) << "no default";
+    EXPECT_FALSE(std::filesystem::exists(Path()));
+    EXPECT_EQ(WritePrivateProfileString(L"s", nullptr, nullptr, Name().c_str()), 0);
+    EXPECT_EQ(Stored(), "");
+}
+
+TEST_F(IniEdits, ABadNameReplacesTheNameBefore) {
+    Store("[a]\n");
+    for (std::wstring const& bad : {std::wstring(4096, L'x'), L"\xd800"s}) {
+        DIni ini(Name().c_str());
+        EXPECT_EQ(ini.Open(bad.c_str()), 0);
+        EXPECT_EQ(ini.PutKeyValue(L"a", L"k", L"new"), 0);
+    }
+    EXPECT_EQ(Stored(), "[a]\n");
+}
+
 TEST_F(IniEdits, AStartedProgramDoesNotInheritTheFile) {
     int const next = NextDescriptor();
     DIni const ini(Name().c_str());
