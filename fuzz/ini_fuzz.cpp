@@ -56,9 +56,11 @@ void CheckScans(Input& input, DIniImpl& ini, std::string& text) {
 void CheckMove(Input& input, DIniImpl& ini, std::string& file) {
     std::size_t const source = std::min<std::size_t>(input.Byte(), file.size());
     std::size_t const target = input.Byte();
-    std::string room = file.substr(source, std::max(source, target) - source);
-    room.resize(source < file.size() ? std::max(source, target) - source : 0);
-    file.insert(source, room).erase(std::min(source, target), source - std::min(source, target));
+    std::size_t const start = std::min(source, target);
+    std::size_t const growth = std::max(source, target) - source;
+    std::string room = file.substr(source, growth);
+    room.resize(source < file.size() ? growth : 0);
+    file.insert(source, room).erase(start, source - start);
     std::strcpy(ini.m_mode, "rb+");
     AGREE(ini.FileMove(static_cast<long>(source), static_cast<long>(target)));
 
@@ -87,11 +89,12 @@ void CheckEdit(Input& input, DIniImpl& ini, std::string& file) {
     };
     check(before.List(0, before.End(), '[', false), 2,
           [&](auto... out) { return GetPrivateProfileSectionNames(out..., kName); });
-    check(before.Keys(section, false), 2,
+    auto const [first, end] = before.Section(section);
+    check(before.List(first, end, '=', false), 2,
           [&](auto... out) { return ini.GetKeyNames(section, out...); });
-    check(before.Keys(section, true), 2,
+    check(before.List(first, end, '=', true), 2,
           [&](auto... out) { return ini.GetSection(section, out...); });
-    std::size_t const line = before.FindKey(section, key);
+    std::size_t const line = before.Find(first, end, '=', key);
     check(line < before.End() ? before.lines[line].value
           : text != nullptr   ? text
                               : L"",
@@ -103,12 +106,12 @@ void CheckEdit(Input& input, DIniImpl& ini, std::string& file) {
                                                : ini.PutSection(section, text)
                        : isProfileCall ? WritePrivateProfileString(section, key, text, kName)
                                        : ini.PutKeyValue(section, key, text);
-    std::optional<std::string> const after = section == nullptr || (key == nullptr && !isWhole)
-                                                 ? std::nullopt
-                                             : isWhole ? before.PutSection(section, text)
-                                                       : before.PutKey(section, key, text);
-    AGREE(result == (after ? 1 : 0));
-    file = after.value_or(file);
+    bool const isRefused = section == nullptr || (key == nullptr && !isWhole);
+    auto const after = isRefused ? model::Converted<char>{file, true}
+                       : isWhole ? before.PutSection(section, text)
+                                 : before.PutKey(section, key, text);
+    AGREE(result == (after.fault ? 0 : 1));
+    file = after.fault ? file : after.text;
 }
 
 } // namespace

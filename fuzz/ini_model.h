@@ -3,9 +3,9 @@
 
 #include "fuzz/text_model.h"
 
-#include <optional>
 #include <sstream>
 #include <string_view>
+#include <utility>
 
 namespace model {
 
@@ -84,52 +84,46 @@ struct IniFile {
         return list.substr(0, list.size() - 1);
     }
 
-    std::wstring Keys(wchar_t const* section, bool withValues) const {
-        std::size_t const header = Find(0, End(), '[', section);
-        return List(header + 1, Next(header + 1, "["), '=', withValues);
+    // The lines of a section, from the one after its header to the one ahead of the next.
+    std::pair<std::size_t, std::size_t> Section(wchar_t const* name) const {
+        std::size_t const first = Find(0, End(), '[', name) + 1;
+        return {first, Next(first, "[")};
     }
 
-    std::size_t FindKey(wchar_t const* section, wchar_t const* key) const {
-        std::size_t const header = Find(0, End(), '[', section);
-        return Find(header + 1, Next(header + 1, "["), '=', key);
-    }
-
-    // The file with other lines. Without a result the text can't be written.
-    std::optional<std::string> Put(std::size_t first, std::size_t end,
-                                   Converted<char> const& text) const {
+    // The file with text in the place of some lines. With a fault it can't be written.
+    Converted<char> Put(std::size_t first, std::size_t end, Converted<char> const& text) const {
         std::size_t const start = lines[first].start;
         std::size_t const size = lines[end].start - start;
-        return text.fault ? std::nullopt
-                          : std::optional(std::string(file).replace(start, size, text.text));
+        return {std::string(file).replace(start, size, text.text), text.fault};
     }
 
-    std::optional<std::string> PutKey(wchar_t const* section, wchar_t const* key,
-                                      wchar_t const* value) const {
-        std::size_t const header = Find(0, End(), '[', section);
-        std::size_t const line = FindKey(section, key);
+    Converted<char> PutKey(wchar_t const* section, wchar_t const* key, wchar_t const* value) const {
+        auto const [first, end] = Section(section);
+        std::size_t const line = Find(first, end, '=', key);
+        bool const isFound = line != End();
         if (value == nullptr) {
-            return line == End() ? file : Put(Above(line), Above(Next(line + 1, "[=")), {});
+            return isFound ? Put(Above(line), Above(Next(line + 1, "[=")), {}) : Put(0, 0, {});
         }
-        std::size_t const first = line != End() ? line : Above(Next(header + 1, "["));
+        std::size_t const start = isFound ? line : Above(end);
         std::wstring text = key + std::wstring(L"=") + value + L"\r\n";
-        if (header == End()) {
+        if (first > End()) {
             text = std::wstring(L"\r\n[") + section + L"]\r\n" + text;
-        } else if (first >= End() && !file.ends_with('\n')) {
+        } else if (start == End() && !file.ends_with('\n')) {
             text = L"\r\n" + text;
         }
-        return Put(first, line != End() ? line + 1 : first, Narrow(text));
+        return Put(start, isFound ? line + 1 : start, Narrow(text));
     }
 
     // A multi-string of lines.
-    std::optional<std::string> PutSection(wchar_t const* section, wchar_t const* strings) const {
-        std::size_t const header = Find(0, End(), '[', section);
+    Converted<char> PutSection(wchar_t const* section, wchar_t const* strings) const {
+        auto const [first, end] = Section(section);
         Converted<char> text = Narrow(section, 2047);
-        text.text = (header == End() ? "\r\n[" : "[") + text.text + "]\r\n";
+        text.text = (first > End() ? "\r\n[" : "[") + text.text + "]\r\n";
         for (; strings != nullptr && *strings != L'\0'; strings += std::wcslen(strings) + 1) {
             Converted<char> const line = Narrow(strings, 2047);
             text = {text.text + line.text + "\r\n", text.fault || line.fault};
         }
-        return Put(header, Next(header + 1, "["), strings != nullptr ? text : Converted<char>());
+        return Put(first - 1, end, strings != nullptr ? text : Converted<char>());
     }
 
     std::string file;
