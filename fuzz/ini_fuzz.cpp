@@ -11,14 +11,19 @@ namespace {
 
 constexpr wchar_t kName[] = L"f.ini";
 
-// Bytes, at times with a long run of one. It ends near a size of the library's buffers.
+// Bytes, at times with a piece again and again, up to near a size of the library's buffers. A long
+// piece keeps the number of lines low.
 std::string Bytes(Input& input, unsigned limit) {
     constexpr unsigned lengths[] = {0, 1920, 3968, 32640, 65408, 130944};
     std::string bytes = input.Text(limit);
     if (input.Below(32) == 31) {
-        std::string const run = input.Text(1);
-        std::size_t const length = lengths[input.Below(6)];
-        bytes.append(length + input.Byte(), run.c_str()[0]).append(input.Text(limit));
+        std::string piece = input.Text(64);
+        piece.resize(64, 'x');
+        std::size_t left = lengths[input.Below(6)];
+        for (left += input.Byte(); left > 0; left -= std::min(left, piece.size())) {
+            bytes.append(piece, 0, left);
+        }
+        bytes += input.Text(limit);
     }
     return bytes;
 }

@@ -52,7 +52,7 @@ void CheckLines(Input& input) {
                                                        std::fclose);
     std::istringstream lines(text);
     for (std::string line; std::getline(lines, line);) {
-        line.resize(line.size() - (line.ends_with('\r') && !lines.eof() ? 1 : 0));
+        line.erase(line.size() - (line.ends_with('\r') && !lines.eof() ? 1 : 0));
         std::string const seen = std::string(line.c_str()).substr(0, size - 1);
         Array<char> narrow(size);
         Array<wchar_t> wide(size);
@@ -69,7 +69,8 @@ void CheckLines(Input& input) {
 void CheckPrinting(Input& input) {
     constexpr wchar_t const* pieces[][2] = {
         {L"%s", L"%ls"}, {L"%%s", L"%%s"}, {L"%5%s", L"%5%ls"}, {L"%-%%s|", L"%-%%ls|"}};
-    std::wstring const text = WideText(input.Text(9)) + std::wstring(input.Below(8) * 64, L'x');
+    std::wstring text = WideText(input.Text(9));
+    text.append(input.Below(512), L'x');
     std::wstring const zeros(input.Below(8) == 7 ? 4070 + input.Below(40) : 0, L'0');
     std::wstring format = L"%" + zeros + L"ls";
     std::wstring libcs = format;
@@ -188,7 +189,7 @@ struct stat Take(Entries& entries, std::wstring const& name) {
 void CheckSearch(std::string const& text) {
     std::string path = text;
     std::replace(path.begin(), path.end(), '\\', '/');
-    path.resize(path.size() - (path.size() > 1 && path.ends_with('/') ? 1 : 0));
+    path.erase(path.size() - (path.size() > 1 && path.ends_with('/') ? 1 : 0));
     Entries entries = Find(path.find('/') == model::kAll ? "./" + path : path, toupper);
     FindData data{7, 0, 0, 0, 0, ""};
     errno = 77;
@@ -207,7 +208,7 @@ void CheckSearch(std::string const& text) {
 
 void CheckListing(std::wstring const& text) {
     std::string path = model::Narrow(FullName(text)).text;
-    path.resize(path.size() - (path.ends_with("/*.*") ? 2 : 0));
+    path.erase(path.size() - (path.ends_with("/*.*") ? 2 : 0));
     Entries entries = path.empty() ? Entries() : Find(path, std::towupper);
     DDirList list;
     DFileInfo info{};
