@@ -24,7 +24,7 @@ struct IniFile {
         std::istringstream stream(text);
         std::size_t start = 0;
         for (std::string line; std::getline(stream, line); start += line.size() + 1) {
-            std::wstring const seen = Widen(std::string(line.c_str()).substr(0, 2047)).text;
+            std::wstring const seen = Widen(UpToZero(line).substr(0, 2047)).text;
             lines.push_back(Parse(start, Trim(seen)));
         }
         lines.insert(lines.end(), 2, {file.size(), '['});

@@ -42,7 +42,7 @@ void CheckConversions(Input& input) {
     unsigned int const number = input.Below(65);
     unsigned int const limit = number < 64 ? number : 0xFFFFFFFF;
     CheckConversion(MBSToAscii, WideText(input.Text(40)), limit, model::Narrow);
-    CheckConversion<wchar_t, char>(AsciiToMBS, input.Text(60).c_str(), limit, model::Widen);
+    CheckConversion(AsciiToMBS, model::UpToZero(input.Text(60)), limit, model::Widen);
 }
 
 void CheckLines(Input& input) {
@@ -53,7 +53,7 @@ void CheckLines(Input& input) {
     std::istringstream lines(text);
     for (std::string line; std::getline(lines, line);) {
         line.erase(line.size() - (line.ends_with('\r') && !lines.eof() ? 1 : 0));
-        std::string const seen = std::string(line.c_str()).substr(0, size - 1);
+        std::string const seen = model::UpToZero(line).substr(0, size - 1);
         Array<char> narrow(size);
         Array<wchar_t> wide(size);
         long const start = std::ftell(stream.get());
@@ -89,7 +89,7 @@ void CheckPrinting(Input& input) {
 }
 
 void CheckStrings(Input& input) {
-    std::string narrow[] = {input.Text(20).c_str(), input.Text(20).c_str()};
+    std::string narrow[] = {model::UpToZero(input.Text(20)), model::UpToZero(input.Text(20))};
     std::wstring const text = WideText(narrow[0]);
     std::wstring const other = WideText(narrow[1]);
     auto const after = [&](wchar_t* (*change)(wchar_t*)) {
@@ -133,8 +133,8 @@ bool Fits(std::string const& pattern, std::string const& name, Fold fold) {
 }
 
 void CheckMatching(Input& input) {
-    std::string const pattern = input.Text(20).c_str();
-    std::string const name = input.Text(20).c_str();
+    std::string const pattern = model::UpToZero(input.Text(20));
+    std::string const name = model::UpToZero(input.Text(20));
     bool const fits[] = {Fits(pattern, name, toupper), Fits(pattern, name, std::towupper)};
     AGREE(WildCardMatch(pattern.c_str(), name.c_str()) == (fits[0] ? 1 : 0));
     AGREE(DDirListImpl::WildCardMatch(pattern.c_str(), name.c_str()) == (fits[1] ? 1 : 0));
@@ -174,7 +174,7 @@ Entries Find(std::string const& path, Fold fold) {
     while (dirent const* const entry = directory != nullptr ? readdir(directory.get()) : nullptr) {
         std::string const name = entry->d_name;
         if (Fits(path.substr(folder.size() + 1), name, fold)) {
-            stat((folder + "/" + name).c_str(), &entries[model::Widen(name).text]);
+            stat((std::filesystem::path(folder) / name).c_str(), &entries[model::Widen(name).text]);
         }
     }
     return entries;

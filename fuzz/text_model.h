@@ -45,6 +45,10 @@ inline Converted<wchar_t> Widen(std::string const& narrow, std::size_t limit = k
     return {text, std::mbsinit(&state) == 0};
 }
 
+inline std::string UpToZero(std::string const& text) {
+    return text.substr(0, text.find('\0'));
+}
+
 inline std::wstring TrimLeft(std::wstring const& text) {
     return {std::find_if_not(text.begin(), text.end(), std::iswspace), text.end()};
 }
@@ -78,7 +82,7 @@ struct Array : std::vector<Character> {
 inline std::wstring WideText(std::string const& bytes) {
     constexpr wchar_t foreign[] = L"\u00e4\u00c4\u20ac\u2003\u017f\u0131\U00010348\xd800";
     std::wstring text;
-    for (unsigned char const byte : std::string(bytes.c_str())) {
+    for (unsigned char const byte : model::UpToZero(bytes)) {
         text += byte < 0x80 ? static_cast<wchar_t>(byte) : foreign[byte % 8];
     }
     return text;
