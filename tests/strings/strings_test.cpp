@@ -6,17 +6,18 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
 
 namespace {
 
 TEST(Strings, MayBeNull) {
-    wchar_t text[] = L"a";
-    char narrow[] = "b";
-    EXPECT_EQ(_strdup(nullptr), nullptr);
+    EXPECT_EQ(std::unique_ptr<wchar_t[]>(_strdup(nullptr)), nullptr);
     EXPECT_EQ(_trim(nullptr), nullptr);
     EXPECT_EQ(_strupr(nullptr), nullptr);
     EXPECT_EQ(_wcstol(nullptr), 0);
+    wchar_t text[] = L"a";
+    char narrow[] = "b";
     EXPECT_EQ(_wcstok(text, nullptr), nullptr);
     EXPECT_EQ(_stricmp(nullptr, nullptr), 0);
     EXPECT_EQ(_stricmp(nullptr, L""), -1);
