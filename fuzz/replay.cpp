@@ -7,8 +7,10 @@
 #include <iterator>
 
 int main(int, char** arguments) {
+    // A target may change the current directory.
+    auto const folder = std::filesystem::absolute(arguments[1]);
     int files = 0;
-    for (auto const& entry : std::filesystem::directory_iterator(arguments[1])) {
+    for (auto const& entry : std::filesystem::directory_iterator(folder)) {
         std::fprintf(stderr, "%s\n", entry.path().c_str());
         std::ifstream file(entry.path(), std::ios::binary);
         std::string const input((std::istreambuf_iterator<char>(file)), {});
