@@ -58,6 +58,7 @@ declare -A packages=(
     [valgrind]="valgrind"
     [coverage]="gcovr"
     [fuzz]="libclang-rt-dev"
+    [mutate]="python3"
 )
 
 as_root() {
