@@ -59,6 +59,7 @@ declare -A packages=(
     [coverage]="gcovr"
     [fuzz]="libclang-rt-dev"
     [mutate]="python3"
+    [soak]="python3"
 )
 
 as_root() {
