@@ -1,7 +1,8 @@
 """The work of scripts/mutate: tries each fault on a copy of the tree.
 
-Usage: mutate.py FAMILY COUNT SEED    COUNT 0: all faults. Standard input has the names of the tree's
-files, with a zero byte after each.
+Usage: mutate.py FAMILY COUNT SEED BUILD...    COUNT 0: all faults. BUILD: see BUILDS; a fault that the
+tests of one don't notice is tried in the next. Standard input has the names of the tree's files, with a
+zero byte after each.
 """
 
 import os
@@ -23,6 +24,10 @@ TIMES_SOUND = 5  # how much longer than in the sound library a test may stay sil
 SOUND_RUNS = 2
 MEMORY_BYTES = 4 << 30
 EQUIVALENT = Path('scripts/mutate_equivalent.txt')
+EXCEPTIONS = Path('tests/exceptions.txt')
+# The flags of each build.
+BUILDS = {'plain': '-O0', 'asan': '-O0 -fsanitize=address,undefined -fno-sanitize-recover=all',
+          'tsan': '-O0 -fsanitize=thread'}
 
 
 @dataclass
@@ -37,10 +42,11 @@ class Family:
 
 FAMILIES = {
     'strings': Family(['strings_test', 'ini_test', 'files_test'], ['text']),
-    'frame': Family(['frame_test', 'misuse_test', 'handles_test', 'queues_test', 'threads_test'], []),
+    'frame': Family(['frame_test', 'misuse_test', 'time_test', 'handles_test', 'queues_test',
+                     'threads_test'], []),
     'threads': Family(['threads_test', 'time_test', 'timer_clock_test', 'unload_test'], ['timers']),
     'ini': Family(['ini_test'], ['ini', 'text'], extra=('include/verrick/ini_file_lock.h',)),
-    'handles': Family(['handles_test', 'misuse_test', 'win32_test', 'queues_test'], []),
+    'handles': Family(['handles_test', 'misuse_test', 'frame_test', 'win32_test', 'queues_test'], []),
     'queues': Family(['queues_test'], ['queues']),
     'files': Family(['files_test'], ['text'],
                     others=(['files/check_status.sh', 'status_probe_linked', 'status_probe'],)),
@@ -48,12 +54,10 @@ FAMILIES = {
 
 
 class Copy:
-    """A copy of the tree, and a build of it."""
+    """A copy of the tree."""
 
     def __init__(self, folder, names):
         self.tree = folder / 'tree'
-        self.build_folder = folder / 'build'
-        self.scratch = folder / 'scratch'
         for name in names:
             self.put(name, Path(name).read_bytes())
         self._remove_strangers(names)
@@ -73,9 +77,30 @@ class Copy:
             if path.is_file() and path not in known:
                 path.unlink()
 
-    def configure(self):
-        command = ['cmake', '-S', self.tree, '-B', self.build_folder, '-G', 'Ninja',
-                   '-DCMAKE_BUILD_TYPE=Debug', '-DCMAKE_CXX_FLAGS_DEBUG=-O0',
+
+class Build:
+    """A build of the copy, with the tests of a family."""
+
+    def __init__(self, name, folder, tree, family):
+        self.name = name
+        self._folder = folder / name
+        self._scratch = folder / 'scratch'
+        self._configure(tree)
+        programs, fuzz, seeds = self._folder / 'tests', self._folder / 'fuzz', tree / 'fuzz/seeds'
+        targets = [target for target in family.fuzz if (seeds / target).is_dir()]
+        self._programs = family.programs + [f'fuzz_{target}' for target in targets]
+        self._commands = [[fuzz / f'fuzz_{target}', seeds / target] for target in targets]
+        self._commands += [[programs / program, '--gtest_fail_fast', self._without_exceptions()]
+                           for program in family.programs]
+        for script, *called in family.others:
+            self._programs += called
+            self._commands.append([tree / 'tests' / script, *(programs / name for name in called)])
+        self._limits = [None] * len(self._commands)
+
+    def _configure(self, tree):
+        command = ['cmake', '-S', tree, '-B', self._folder, '-G', 'Ninja', '-DCMAKE_BUILD_TYPE=Debug',
+                   f'-DCMAKE_C_FLAGS_DEBUG={BUILDS[self.name]}',
+                   f'-DCMAKE_CXX_FLAGS_DEBUG={BUILDS[self.name]}',
                    '-DVERRICK_TEST_INTERFACE=OFF', '-DVERRICK_BUILD_EXAMPLES=OFF',
                    # A fault must not stop the build, neither in a link nor in a list of tests.
                    '-DCMAKE_LINK_DEPENDS_NO_SHARED=ON',
@@ -84,31 +109,21 @@ class Copy:
             command += ['-DCMAKE_C_COMPILER_LAUNCHER=ccache', '-DCMAKE_CXX_COMPILER_LAUNCHER=ccache']
         subprocess.run(command, check=True, stdout=subprocess.DEVNULL)
 
-    def build(self, targets):
+    def _without_exceptions(self):
+        lines = [line.split() for line in EXCEPTIONS.read_text().splitlines()]
+        return '--gtest_filter=-' + ':'.join(line[1] for line in lines if line[0] == self.name)
+
+    def make(self):
         """Returns what the compiler says if it fails, or None."""
-        command = ['cmake', '--build', self.build_folder, '--target', *targets]
+        command = ['cmake', '--build', self._folder, '--target', 'Verrick', *self._programs]
         done = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
         return done.stdout if done.returncode else None
 
-
-class Tests:
-    """The tests of a family."""
-
-    def __init__(self, family, copy):
-        self._copy = copy
-        programs, fuzz = copy.build_folder / 'tests', copy.build_folder / 'fuzz'
-        seeds = copy.tree / 'fuzz/seeds'
-        targets = [name for name in family.fuzz if (seeds / name).is_dir()]
-        self.programs = family.programs + [f'fuzz_{name}' for name in targets]
-        self._commands = [[fuzz / f'fuzz_{name}', seeds / name] for name in targets]
-        self._commands += [[programs / name, '--gtest_fail_fast'] for name in family.programs]
-        for script, *called in family.others:
-            self.programs += called
-            self._commands.append([copy.tree / 'tests' / script, *(programs / name for name in called)])
-        self._limits = [None] * len(self._commands)
-
     def measure(self):
-        """Runs the tests with the sound library, and notes how long each is silent."""
+        """Builds the sound library, runs its tests, and notes how long each is silent."""
+        failure = self.make()
+        if failure:
+            sys.exit(failure)
         for _ in range(SOUND_RUNS):
             for index, command in enumerate(self._commands):
                 failure, silence = self._run(command, None)
@@ -127,13 +142,13 @@ class Tests:
 
     def _run(self, command, limit):
         """Returns how the command failed, or None, and the longest time without output."""
-        shutil.rmtree(self._copy.scratch, ignore_errors=True)
-        self._copy.scratch.mkdir(parents=True)
-        environment = dict(os.environ, TMPDIR=str(self._copy.scratch))
+        shutil.rmtree(self._scratch, ignore_errors=True)
+        self._scratch.mkdir(parents=True)
+        environment = dict(os.environ, TMPDIR=str(self._scratch))
         process = subprocess.Popen(
-            [str(part) for part in command], cwd=self._copy.scratch, env=environment,
+            [str(part) for part in command], cwd=self._scratch, env=environment,
             stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
-            start_new_session=True, preexec_fn=_limit_resources)
+            start_new_session=True, preexec_fn=self._limit_resources)
         try:
             silence, is_over = _listen(process, limit)
         finally:
@@ -144,10 +159,11 @@ class Tests:
             return 'hangs', silence
         return (f'ends with {process.returncode}' if process.returncode else None), silence
 
+    def _limit_resources(self):
+        resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
+        if self.name == 'plain':  # a sanitizer reserves more addresses than that
+            resource.setrlimit(resource.RLIMIT_AS, (MEMORY_BYTES, MEMORY_BYTES))
 
-def _limit_resources():
-    resource.setrlimit(resource.RLIMIT_AS, (MEMORY_BYTES, MEMORY_BYTES))
-    resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
 
 
 def _listen(process, limit):
@@ -200,30 +216,31 @@ def show(result, fault, detail=''):
     print(f'{result:9} {fault.file}:{fault.line} {fault.before}  ->  {fault.after}{detail}', flush=True)
 
 
-def try_fault(fault, copy, tests):
+def try_fault(fault, copy, builds):
     """Returns 'caught', 'survived' or 'refused' (by the compiler), and a detail to show."""
     sound = Path(fault.file).read_text()
     copy.put(fault.file, (sound[:fault.start] + fault.replacement + sound[fault.end:]).encode())
     try:
-        if copy.build(['Verrick', *tests.programs]):
-            return 'refused', ''
-        failure = tests.failure()
-        return ('caught', f'  [{failure}]') if failure else ('survived', '')
+        for build in builds:
+            if build.make():
+                return 'refused', ''
+            failure = build.failure()
+            if failure:
+                return 'caught', f'  [{build.name}: {failure}]'
+        return 'survived', ''
     finally:
         copy.put(fault.file, sound.encode())
 
 
 def main():
-    name, count, seed = sys.argv[1], int(sys.argv[2]), int(sys.argv[3])
+    name, count, seed, build_names = sys.argv[1], int(sys.argv[2]), int(sys.argv[3]), sys.argv[4:]
     family = FAMILIES[name]
     names = [file for file in sys.stdin.read().split('\0') if file and Path(file).is_file()]
-    copy = Copy(Path('build/mutate').absolute() / name, names)
-    tests = Tests(family, copy)
-    copy.configure()
-    failure = copy.build(['Verrick', *tests.programs])
-    if failure:
-        sys.exit(failure)
-    tests.measure()
+    folder = Path('build/mutate').absolute() / name
+    copy = Copy(folder, names)
+    builds = [Build(build, folder, copy.tree, family) for build in build_names]
+    for build in builds:
+        build.measure()
 
     equivalent = read_equivalent()
     faults = all_faults(name, family.extra)
@@ -238,7 +255,7 @@ def main():
     for fault in faults:
         if count and caught + len(survivors) == count:
             break
-        result, detail = try_fault(fault, copy, tests)
+        result, detail = try_fault(fault, copy, builds)
         show(result, fault, detail)
         caught += result == 'caught'
         refused += result == 'refused'

@@ -15,6 +15,7 @@ import time
 from pathlib import Path
 
 THREADS = 8
+OWN_DESCRIPTORS = 3  # the standard ones
 STALL_SECONDS = 10
 MARK_MINUTES = (1, 10, 30)
 WARM_UP_SECONDS = 60  # or a third of a shorter run
@@ -29,15 +30,11 @@ class Watched:
             stderr=subprocess.PIPE)
         self._errors = self._process.stderr.fileno()
         self._rest = b''
-        self._last = {}  # by thread: when it began or last ended an operation
+        # When each thread began, or last ended an operation.
+        self._last = {str(thread): time.monotonic() for thread in range(THREADS)}
         self._proc = Path('/proc') / str(self._process.pid)
         self.operations = 0
         self.messages = []
-
-    def start(self):
-        self._last = {str(thread): time.monotonic() for thread in range(THREADS)}
-        self._process.stdin.write(b'\n')
-        self._process.stdin.flush()
 
     def read(self, seconds):
         """Reads what the threads say in this time. Returns whether the program still runs."""
@@ -126,14 +123,11 @@ def main():
     seconds, own_threads, growth_mib = map(int, sys.argv[2:])
     with tempfile.TemporaryDirectory() as folder:
         watched = Watched(program, seconds, folder)
-        watched.read(1)
-        descriptors = watched.count('fd')
-        watched.start()
         warm, last = run(watched, seconds)
         await_threads(watched, own_threads)
         print(f'At the end {watched.count("task")} of {own_threads} threads and {watched.count("fd")}'
-              f' of {descriptors} descriptors are left')
-        if watched.count('fd') > descriptors:
+              f' of {OWN_DESCRIPTORS} descriptors are left')
+        if watched.count('fd') > OWN_DESCRIPTORS:
             watched.fail('descriptors are left')
         if last - warm > growth_mib << 20:
             watched.fail(f'the resident size grew from {warm} to {last} bytes')

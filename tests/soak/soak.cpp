@@ -3,8 +3,8 @@
 // watches the rest from outside: stalls, memory, descriptors and threads.
 //
 // Usage: soak SECONDS. A thread prints its number on standard error after each operation. The
-// program waits for a line, or the end, of standard input before it starts anything, and again
-// after it ended everything.
+// program waits for the end of standard input after it ended everything, so that what is left can
+// be counted.
 #include "fuzz/input.h"
 
 #include <verrick/ini_file_lock.h>
@@ -126,7 +126,9 @@ static void IniFile(unsigned int* seed) {
     AGREE(WritePrivateProfileString(L"soak", L"edits", text, L"soak.ini") == 1);
 }
 
+// One thread at a time, because the thread sanitizer doesn't know the lock of the system's loader.
 static void Files(unsigned int*) {
+    DMonitor const monitor(g_section);
     DFileInfo info;
     AGREE(DDirList().FindFirst(L"?", &info)); // the folder itself
     void* const library = LoadLibrary(L"libresolv.so.2");
@@ -143,7 +145,6 @@ static void Work(std::stop_token const& stop, unsigned int thread) {
 }
 
 int main(int, char** arguments) {
-    std::getchar();
     std::array<std::jthread, kThreads> threads;
     for (unsigned int i = 0; i < kThreads; ++i) {
         threads.at(i) = std::jthread(Work, i);
