@@ -19,7 +19,7 @@ static constexpr unsigned int kThreads = 8;
 
 // What went in and hasn't come out. Items count by their squares, so that no lost one makes up for
 // a doubled one.
-static std::atomic<std::uint64_t> g_lastId, g_inQueue, g_inRing, g_edits;
+static std::atomic<std::uint32_t> g_lastId, g_inQueue, g_inRing, g_edits;
 static DCriticalSection g_section;
 static long g_inSemaphore; // guarded by the section
 
@@ -29,7 +29,7 @@ static DSemaphore g_semaphore(0, 1000000000, L"soak");
 static std::shared_mutex g_timerService; // held alone for its end
 
 static void TakeItems(unsigned long timeoutMs) {
-    std::uint64_t fromQueue = 0, fromRing = 0; // they stay 0 if there is none
+    std::uint32_t fromQueue = 0, fromRing = 0; // they stay 0 if there is none
     MsgQReceive(g_queue, &fromQueue, sizeof fromQueue, timeoutMs);
     g_inQueue -= fromQueue * fromQueue;
     RingBufGet(g_ring, reinterpret_cast<char*>(&fromRing), sizeof fromRing);
@@ -38,7 +38,7 @@ static void TakeItems(unsigned long timeoutMs) {
 
 // A call ends with every 64th item of all threads. Waits are rare and short, so that threads meet.
 static void Items(unsigned int* seed) {
-    for (std::uint64_t id = 0; id % 64 != 63; TakeItems(rand_r(seed) % 64 == 0 ? 1 : 0)) {
+    for (std::uint32_t id = 0; id % 64 != 63; TakeItems(rand_r(seed) % 64 == 0 ? 1 : 0)) {
         id = ++g_lastId;
         g_inQueue += MsgQSend(g_queue, &id, sizeof id, id % 64 == 0, id % 2) ? 0 : id * id;
         g_inRing += RingBufPut(g_ring, reinterpret_cast<char const*>(&id), sizeof id) ? id * id : 0;
@@ -122,7 +122,7 @@ static void IniFile(unsigned int* seed) {
     wchar_t text[32];
     GetPrivateProfileString(L"soak", L"edits", L"0", text, 32, L"soak.ini");
     AGREE(_wcstol(text) == static_cast<long>(g_edits++));
-    _sprintf(text, L"%0*ld", rand_r(seed) % 20, g_edits.load());
+    _sprintf(text, L"%0*u", rand_r(seed) % 20, g_edits.load());
     AGREE(WritePrivateProfileString(L"soak", L"edits", text, L"soak.ini") == 1);
 }
 
