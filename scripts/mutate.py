@@ -115,7 +115,8 @@ class Build:
 
     def make(self):
         """Returns what the compiler says if it fails, or None."""
-        command = ['cmake', '--build', self._folder, '--target', 'Verrick', *self._programs]
+        command = ['cmake', '--build', self._folder, '--parallel', str(os.cpu_count()),
+                   '--target', 'Verrick', *self._programs]
         done = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
         return done.stdout if done.returncode else None
 
@@ -167,21 +168,48 @@ class Build:
 
 
 def _listen(process, limit):
-    """Reads the output until the process ends, or until it was silent for longer than the limit."""
-    silence, last, started = 0, time.monotonic(), time.monotonic()
+    """Reads the output until the process ends, or until it hangs: it was silent for longer than the limit,
+    and that is no matter of a busy machine."""
+    silence, last, used = 0, time.monotonic(), 0
     while True:
         readable, _, _ = select.select([process.stdout], [], [], 0.05)
         now = time.monotonic()
         silence = max(silence, now - last)
         if readable:
-            last = now
+            last, used = now, _processor_seconds(process.pid)
             if not os.read(process.stdout.fileno(), 1 << 16):
                 process.wait()
                 return silence, True
+            if limit is not None and used > 10 * limit:
+                return silence, False  # it prints for ever
         elif process.poll() is not None:
             return silence, True
-        if limit is not None and (now - last > limit or now - started > 10 * limit):
-            return silence, False
+        if limit is not None and now - last > limit:
+            if _is_asleep(process.pid) or _processor_seconds(process.pid) - used > limit / 2:
+                return silence, False
+
+
+def _stat_fields(path):
+    """The fields of a stat file after the name, the state first; none if the process is gone."""
+    try:
+        return path.read_text().rpartition(')')[2].split()
+    except OSError:
+        return []
+
+
+def _processor_seconds(pid):
+    fields = _stat_fields(Path(f'/proc/{pid}/stat'))
+    return sum(map(int, fields[11:13])) / os.sysconf('SC_CLK_TCK')
+
+
+def _is_asleep(pid):
+    """Whether all threads sleep, and go on sleeping."""
+    for _ in range(20):
+        states = [_stat_fields(task / 'stat')[:1] for task in Path(f'/proc/{pid}/task').glob('*')]
+        if any(state in (['R'], ['D']) for state in states):
+            return False
+        time.sleep(0.02)
+    return True
 
 
 def _end_group(group):
