@@ -28,6 +28,7 @@ DListItem* TailSentinelOf(DList& list) {
 } // namespace
 
 // The links of an item that is in no list mean nothing.
+// cppcheck-suppress uninitMemberVar
 DListItem::DListItem() {} // NOLINT(cppcoreguidelines-pro-type-member-init)
 DListItem::~DListItem() = default;
 

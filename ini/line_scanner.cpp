@@ -13,6 +13,7 @@ namespace verrick {
 
 // The first block needs no initial value, because nothing is read from it before it is filled.
 // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init)
+// cppcheck-suppress uninitMemberVar
 LineScanner::LineScanner(int descriptor, long start) : m_descriptor(descriptor), m_offset(start) {}
 
 bool LineScanner::NextAcrossBlocks() {

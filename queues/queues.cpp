@@ -30,6 +30,7 @@ constexpr int kFailed = -1;
 // Lock order: the locks of the record's events come after it.
 class VERRICK_LOCK Queue : public MsgQueue {
 public:
+    // cppcheck-suppress uninitDerivedMemberVar ; MsgQueue() clears the whole record
     Queue() : MsgQueue() {}
     ~Queue();
     Queue(Queue const&) = delete;

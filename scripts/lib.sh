@@ -53,11 +53,13 @@ declare -A packages=(
     [trial]="mmdebstrap"
     [bench]="libbenchmark-dev libpoco-dev libinih-dev libglib2.0-dev libboost-dev libuv1-dev pkgconf python3"
     [format]="clang-format"
-    [lint]="clang clang-tidy"
+    [lint]="clang clang-tidy cppcheck"
     [docs]="doxygen doxygen-awesome-css libjs-lunr python3"
     [valgrind]="valgrind"
     [coverage]="gcovr"
     [fuzz]="libclang-rt-dev"
+    [mutate]="python3"
+    [soak]="python3"
 )
 
 as_root() {

@@ -66,6 +66,7 @@ void WidenUpToFault(wchar_t* destination, std::size_t size, char const* text) {
     auto const bytes = static_cast<std::size_t>(rest - text);
     state = {};
     rest = text;
+    // cppcheck-suppress nullPointer ; it takes this number of bytes for a pointer
     std::size_t const count = mbsnrtowcs(destination, &rest, bytes, size, &state);
     destination[count] = L'\0';
 }
