@@ -29,3 +29,15 @@ protected:
     Utf8Locale const utf8;
     Scratch const scratch;
 };
+
+// One change. Without a key it writes the section whole, without a value it deletes.
+struct Edit {
+    wchar_t const* section;
+    wchar_t const* key;
+    wchar_t const* value;
+
+    int Apply(IIni& ini) const {
+        return key != nullptr ? ini.PutKeyValue(section, key, value)
+                              : ini.PutSection(section, value);
+    }
+};
