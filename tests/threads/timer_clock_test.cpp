@@ -241,10 +241,10 @@ TEST_P(TimerClockOfAge, TheLongestPeriodFiresOnEverySecondTick) {
 
 // The tick wakes the dispatcher after each of the first eight steps, and after the last. Here it
 // goes on only when the dispatcher is done. So what the last steps queue is delivered only because
-// of the last wake-up. They queue more than the dispatcher takes.
+// of the last wake-up. They queue more than the dispatcher takes. At the end its destructor waits
+// for its thread.
 TEST_F(TimerClock, OfManyDueTimersTheFirst2304AreDeliveredAndAllGoOn) {
-    struct DispatchersEvent : DEventImpl {
-        DispatchersEvent() : DEventImpl(false, false) {}
+    struct DispatchersEvent : SlowEvent {
         void Signal() override {
             DEventImpl::Signal();
             Dispatch().m_csQueue.Leave();

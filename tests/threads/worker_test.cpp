@@ -123,20 +123,6 @@ TEST(Worker, ACallbackMayUseAndDestroyItsWorker) {
     AwaitOthersAsleep();
 }
 
-// Holds a thread up that waits, and must live until that thread has left.
-struct SlowEvent : DEventImpl {
-    SlowEvent() : DEventImpl(false, false) {}
-    ~SlowEvent() override { EXPECT_FALSE(isInUse); }
-    wait_result_t Wait(int timeoutMs) override {
-        isInUse = true;
-        Sleep(200);
-        isInUse = false;
-        return DEventImpl::Wait(timeoutMs);
-    }
-
-    std::atomic<bool> isInUse = false;
-};
-
 TEST(Worker, KeepsABlockUntilItHasAThreadThatIsStarted) {
     Callback callback;
     DWorkerThread worker("late", 0, 0, kNoThreadYet);
