@@ -322,8 +322,9 @@ RunFunction DThreadImpl::Steps::AwaitRun(DThreadImpl& impl) {
 //
 // So a thread that isn't in Run when DThread's destructor or a Kill begins never gets there. A
 // thread that gets there while destructors of the application's own classes are at work counts as
-// one that was in Run before. Only a class whose Run uses the object, and whose destructor doesn't
-// wait for its end, could tell the difference, and that class is faulty in either case.
+// one that was in Run before. Only one kind of class could tell the difference: its Run uses the
+// object, and its destructor doesn't wait for the end of Run. Such a class is faulty in either
+// case.
 RunFunction DThreadImpl::Steps::TryEnterRunLocked(DThreadImpl& impl) {
     if (impl.m_state != State::Started) {
         return nullptr;

@@ -6,6 +6,8 @@
 #include <verrick/time_primitives.h>
 #include <verrick/timers.h>
 
+#include <gtest/gtest.h>
+
 #include <atomic>
 #include <condition_variable>
 #include <dlfcn.h>
@@ -74,6 +76,21 @@ struct Listener : ITimerListener {
 
     Recorder<unsigned int> noted;
     std::function<void(unsigned int)> then = [](unsigned int) {};
+};
+
+// Takes the place of an event of the library's, on the thread that waits for it. Holds that thread
+// up, and must live until the thread has left.
+struct SlowEvent : DEventImpl {
+    SlowEvent() : DEventImpl(false, false) {}
+    ~SlowEvent() override { EXPECT_FALSE(isInUse); }
+    wait_result_t Wait(int timeoutMs) override {
+        isInUse = true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        isInUse = false;
+        return DEventImpl::Wait(timeoutMs);
+    }
+
+    std::atomic<bool> isInUse = false;
 };
 
 // Returns the C library's function, behind which the test's own stands.

@@ -79,12 +79,12 @@ TEST(TimerClock, DestroyInstanceWaitsForTheTickUnderWay) {
 
 // The tick wakes the dispatcher after each of the first eight steps, and after the last. Here it
 // goes on only when the dispatcher is done. So what the last steps queue is delivered only because
-// of the last wake-up. They queue more than the dispatcher takes.
+// of the last wake-up. They queue more than the dispatcher takes. At the end its destructor waits
+// for its thread.
 TEST(TimerClock, OfManyDueTimersTheFirst2304AreDelivered) {
     static auto& dispatch =
         *static_cast<DTimeManagerImpl&>(*DTimeManager::GetInstance(7)->m_impl).m_dispatch;
-    struct DispatchersEvent : DEventImpl {
-        DispatchersEvent() : DEventImpl(false, false) {}
+    struct DispatchersEvent : SlowEvent {
         void Signal() override {
             DEventImpl::Signal();
             dispatch.m_csQueue.Leave();
@@ -116,6 +116,27 @@ TEST(TimerClock, OfManyDueTimersTheFirst2304AreDelivered) {
     g_ticksLeft = 1;
     EXPECT_EQ(listener.noted.Await(2304).size(), 2304U);
     EXPECT_EQ(listener.noted.Await(0).back(), 97U); // from the newest on
+    DTimeManager::DestroyInstance();
+}
+
+// Otherwise an Activate could move the timer meanwhile, and Destroy would miss it.
+TEST(TimerClock, DestroyKeepsOthersOutUntilItHasTheTimer) {
+    DTimeManager& service = *DTimeManager::GetInstance(7);
+    Listener listener;
+    service.CreateRelativeTimer(&listener, 1, 10, 0, TIMER_INACTIVE);
+    service.CreateRelativeTimer(&listener, 2, 10, 0, 0);
+    std::future<bool> destroy;
+    std::future<bool> activate;
+    {
+        DMonitor const inactive(static_cast<DTimeManagerImpl&>(*service.m_impl).m_csInactive);
+        destroy = std::async(std::launch::async, [&] { return service.Destroy(&listener, 1); });
+        AwaitOthersAsleep();
+        activate = std::async(std::launch::async, [&] { return service.Activate(&listener, 2); });
+        EXPECT_FALSE(IsOver(activate));
+    }
+    EXPECT_TRUE(destroy.get());
+    EXPECT_FALSE(activate.get());
+    g_tick.Open();
     DTimeManager::DestroyInstance();
 }
 

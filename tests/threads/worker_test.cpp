@@ -71,6 +71,10 @@ TEST(Worker, EndsParkedDerivedIdleOrAfterItsCallbackAndBeginsNoOther) {
         } derived("derived", 0, 0, kNoThreadYet);
         DThread::Create(&derived, 0, 0, 0);
         derived.Start();
+        struct DerivedDispatch : DTimerDispatch {
+            void Run() override {}
+        } dispatch;
+        dispatch.Start();
         DWorkerThread idle("idle", 0, 0, 0);
         DWorkerThread worker("busy", 0, 0, 0);
         worker.AddCallbackObject(&callback);
@@ -122,20 +126,6 @@ TEST(Worker, ACallbackMayUseAndDestroyItsWorker) {
     EXPECT_EQ(callback.seen.Await(3), (Texts{"again", "last", "destroyed"}));
     AwaitOthersAsleep();
 }
-
-// Holds a thread up that waits, and must live until that thread has left.
-struct SlowEvent : DEventImpl {
-    SlowEvent() : DEventImpl(false, false) {}
-    ~SlowEvent() override { EXPECT_FALSE(isInUse); }
-    wait_result_t Wait(int timeoutMs) override {
-        isInUse = true;
-        Sleep(200);
-        isInUse = false;
-        return DEventImpl::Wait(timeoutMs);
-    }
-
-    std::atomic<bool> isInUse = false;
-};
 
 TEST(Worker, KeepsABlockUntilItHasAThreadThatIsStarted) {
     Callback callback;
