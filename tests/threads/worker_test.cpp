@@ -61,6 +61,12 @@ TEST(Worker, CallsBackOnceWithTheNewestOfTheBlocksThatWait) {
 TEST(Worker, EndsParkedDerivedIdleOrAfterItsCallbackAndBeginsNoOther) {
     Callback callback;
     callback.then = [&](char*) { Sleep(100); };
+    {
+        struct DerivedDispatch : DTimerDispatch {
+            void Run() override {}
+        } dispatch;
+        dispatch.Start();
+    }
     testing::internal::CaptureStdout();
     {
         DWorkerThread parked("parked", 0, 0, kNoThreadYet);
@@ -71,10 +77,6 @@ TEST(Worker, EndsParkedDerivedIdleOrAfterItsCallbackAndBeginsNoOther) {
         } derived("derived", 0, 0, kNoThreadYet);
         DThread::Create(&derived, 0, 0, 0);
         derived.Start();
-        struct DerivedDispatch : DTimerDispatch {
-            void Run() override {}
-        } dispatch;
-        dispatch.Start();
         DWorkerThread idle("idle", 0, 0, 0);
         DWorkerThread worker("busy", 0, 0, 0);
         worker.AddCallbackObject(&callback);
