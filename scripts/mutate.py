@@ -26,8 +26,8 @@ MEMORY_BYTES = 4 << 30
 EQUIVALENT = Path('scripts/mutate_equivalent.txt')
 EXCEPTIONS = Path('tests/exceptions.txt')
 # The flags of each build.
-BUILDS = {'plain': '-O0', 'asan': '-O0 -fsanitize=address,undefined -fno-sanitize-recover=all',
-          'tsan': '-O0 -fsanitize=thread'}
+BUILDS = {'plain': '-O0', 'asan': '-O1 -fsanitize=address,undefined -fno-sanitize-recover=all',
+          'tsan': '-O1 -fsanitize=thread'}
 
 
 @dataclass
@@ -276,7 +276,8 @@ def main():
         if fault.key in equivalent:
             equivalent[fault.key] = True
     faults = [fault for fault in faults if fault.key not in equivalent]
-    print(f'{name}: {len(faults)} faults, besides {sum(equivalent.values())} that no caller can see')
+    print(f'{name}: {len(faults)} faults, besides {sum(equivalent.values())} that no caller can see',
+          flush=True)
     if count:
         random.Random(seed).shuffle(faults)
     survivors, caught, refused = [], 0, 0
