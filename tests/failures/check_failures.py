@@ -7,6 +7,8 @@ Each row of the table names a scenario, how a call fails, which calls do, and wh
 In a scenario that makes several of the calls each of them fails once. Each of the calls must have
 failed, and each outcome must have been seen. Prints how many failures there were, and how many
 different outcomes.
+
+Under an emulator no signals are sent. It catches them all, so nobody sees whether the program does.
 """
 import ctypes
 import errno
@@ -78,8 +80,10 @@ def main():
     failures, seen, faults = 0, set(), []
     with tempfile.TemporaryDirectory() as folder:
         for scenario, kind, error, calls, outcomes in rows(family):
-            works, untried, missing = {}, set(calls), set(outcomes)
             signals = kind == KINDS.index("signals")
+            if signals and emulator:
+                continue
+            works, untried, missing = {}, set(calls), set(outcomes)
             for variant, n, call, outcome in runs(scenario, kind, error, calls,
                                                   emulator + [program], folder):
                 call = "signals" if signals else call

@@ -5,7 +5,6 @@
 
 #include <future>
 #include <limits>
-#include <sys/select.h>
 #include <sys/syscall.h>
 #include <thread>
 #include <unistd.h>
@@ -25,7 +24,7 @@ std::future<wait_result_t> BlockIn(IEvent& event, int timeoutMs) {
 }
 
 std::atomic<bool> g_holdWaiters{false};
-std::atomic<bool> g_holdSleepers{false};
+std::atomic<bool> g_holdLeavers{false};
 
 } // namespace
 
@@ -37,12 +36,16 @@ extern "C" int clock_gettime(clockid_t clock, timespec* now) noexcept {
     return static_cast<int>(syscall(SYS_clock_gettime, clock, now));
 }
 
-// The call that sleeps. The end of an event sleeps while threads leave.
-extern "C" int select(int, fd_set*, fd_set*, fd_set*, timeval* period) {
-    while (g_holdSleepers) {
+// A timed wait that has ended counts as waiting until it has the mutex again.
+extern "C" int pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex,
+                                      timespec const* deadline) {
+    int const error = pthread_cond_clockwait(condition, mutex, CLOCK_REALTIME, deadline);
+    pthread_mutex_unlock(mutex);
+    while (g_holdLeavers) {
         usleep(1000);
     }
-    return usleep(static_cast<useconds_t>(period->tv_sec * 1000000 + period->tv_usec));
+    pthread_mutex_lock(mutex);
+    return error;
 }
 
 namespace {
@@ -50,15 +53,15 @@ namespace {
 TEST(Event, ItsEndFreesThreadsThatAreStillOnTheirWayIntoTheWait) {
     auto* const event = new DEvent(false, true);
     g_holdWaiters = true;
+    g_holdLeavers = true;
     auto holder = BlockIn(*event, 20000); // has the mutex, and no wait under way yet
     std::thread destroyer([event] { delete event; });
     Sleep(50);
     auto late = BlockIn(*event, -1); // finds no destruction begun, and waits for the mutex
-    g_holdSleepers = true;
     g_holdWaiters = false;
-    EXPECT_EQ(holder.get(), WAIT_RESULT_OK);
     EXPECT_NE(late.get(), WAIT_RESULT_TIMEOUT);
-    g_holdSleepers = false;
+    g_holdLeavers = false;
+    EXPECT_EQ(holder.get(), WAIT_RESULT_OK);
     destroyer.join();
 }
 
