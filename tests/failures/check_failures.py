@@ -86,8 +86,8 @@ def main():
             works, untried, missing = {}, set(calls), set(outcomes)
             for variant, n, call, outcome in runs(scenario, kind, error, calls,
                                                   emulator + [program], folder):
+                works.setdefault(variant, "" if call == "?" else outcome)
                 call = "signals" if signals else call
-                works.setdefault(variant, outcome)
                 name = "works" if outcome == works[variant] and "works" in outcomes else outcome
                 if name not in outcomes if call else outcome != works[variant]:
                     faults.append(f"{scenario}, variant {variant}, {KINDS[kind]} "
