@@ -32,8 +32,9 @@ TEST_F(IniFileLocks, AWaitEndsAtItsTime) {
 
 TEST_F(IniFileLocks, AWaitingWriterKeepsNewReadersOut) {
     auto reader = std::make_unique<IniFileLock>(Name().c_str(), IniFileLock::Shared, 0);
-    std::jthread const writer(
-        [this] { IniFileLock(Name().c_str(), IniFileLock::Exclusive, 0xFFFFFFFF); });
+    std::jthread const writer([this] {
+        EXPECT_TRUE(IniFileLock(Name().c_str(), IniFileLock::Exclusive, 0xFFFFFFFF).Owns());
+    });
     AwaitOthersAsleep();
     EXPECT_FALSE(IniFileLock(Name().c_str(), IniFileLock::Shared, 0).Owns());
     reader.reset();
