@@ -68,11 +68,6 @@ void CheckMove(Input& input, DIniImpl& ini, std::string& file) {
     file.insert(source, room).erase(start, source - start);
     std::strcpy(ini.m_mode, "rb+");
     AGREE(ini.FileMove(static_cast<long>(source), static_cast<long>(target)));
-
-    DIniImpl closed(nullptr);
-    AGREE(!closed.FileMove(1, 0) && !closed.ReplaceKey(L"a", L"k", L"v") && !closed.GetKey());
-    AGREE(!closed.DeleteKey(L"a", L"k") && !closed.ReplaceSection(L"a", L""));
-    AGREE(!closed.DeleteSection(L"a") && !closed.FindSection(L"a"));
 }
 
 // What is read, and then one edit.

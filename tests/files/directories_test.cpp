@@ -38,11 +38,23 @@ std::wstring Wide(std::string const& text) {
 
 class Directories : public testing::Test {
 protected:
-    // Each returns whether its face finds an entry. The first one is then in data or in info.
-    bool IsSearched(std::string const& text) {
-        return _findclose(_findfirst(text.c_str(), &data)) == 0;
+    // Each returns how many entries its face finds. The last one is then in data or in info.
+    int Searched(std::string const& text) {
+        int count = 0;
+        long const search = _findfirst(text.c_str(), &data);
+        for (long next = search; next != -1; next = _findnext(search, &data)) {
+            ++count;
+        }
+        _findclose(search);
+        return count;
     }
-    bool IsListed(std::string const& text) { return list.FindFirst(Wide(text).c_str(), &info); }
+    int Listed(std::string const& text) {
+        int count = 0;
+        for (bool found = list.FindFirst(Wide(text).c_str(), &info); found; ++count) {
+            found = list.FindNext(&info);
+        }
+        return count;
+    }
 
     Scratch scratch;
     FindData data{7, 1, 2, 3, 9, "x"};
@@ -50,15 +62,46 @@ protected:
     DDirList list;
 };
 
-TEST_F(Directories, LeaveNothingOpenIfNothingIsFound) {
-    int const next = NextDescriptor();
-    for (char const* const text : {"*", "*.x", "missing/*", ""}) {
-        EXPECT_EQ(IsSearched(text), text == std::string("*"));
-    }
-    EXPECT_EQ(_findfirst(nullptr, nullptr), -1);
-    EXPECT_EQ(_findnext(-1, nullptr), -1);
+TEST_F(Directories, AreScannedForTheLastNameOfAPath) {
+    EXPECT_STREQ(DDirList().GetFullPath(), L"");
+    EXPECT_FALSE(list.FindFirst(L"/\u00E9", &info)) << "can't be converted";
+    EXPECT_STREQ(list.GetFullPath(), L"") << "no path of a text that fails";
+    EXPECT_FALSE(list.FindNext(&info));
     EXPECT_FALSE(list.FindFirst(nullptr, nullptr));
-    EXPECT_EQ(NextDescriptor(), next);
+    EXPECT_EQ(_findfirst(nullptr, nullptr), -1);
+    fs::create_directory("s");
+    WriteFile("s/a.c", "");
+    WriteFile("s/c\xFFz", "");
+    constexpr struct {
+        char const* text;
+        int searched, listed;
+    } rows[] = {{".\\s\\*", 4, 4}, {"s/*.*", 1, 4}, {"./s/", 1, 0}, {"s\\", 1, 0},
+                {"?", 2, 2},       {"", 0, 0},      {"/", 0, 0},    {"s/c*", 1, 1}};
+    for (auto const& row : rows) {
+        EXPECT_EQ(Searched(row.text), row.searched) << row.text;
+        EXPECT_EQ(Listed(row.text), row.listed) << row.text;
+    }
+    EXPECT_STREQ(data.name, "c\xFFz");
+    EXPECT_STREQ(info.name, L"c") << "up to the byte that can't be converted";
+    EXPECT_EQ(list.GetFullPath(), Wide(scratch.path + "/s"));
+}
+
+TEST_F(Directories, TellTheStatusBehindALinkInTheNearestWords) {
+    WriteFile("large", "");
+    fs::resize_file("large", 5LL << 30);
+    timespec const times[] = {{1000, 0}, {-5, 0}};
+    utimensat(AT_FDCWD, "large", times, 0);
+    fs::create_symlink("large", "link");
+    struct stat status {};
+    stat("link", &status);
+    ASSERT_EQ(Searched("link"), Listed("link"));
+    EXPECT_EQ(data.attributes, 7) << "left alone";
+    EXPECT_EQ(data.createTime, status.st_ctime);
+    EXPECT_EQ(data.accessTime, 1000);
+    EXPECT_TRUE(data.writeTime == -5 && info.time == -5);
+    EXPECT_TRUE(data.size == 0xFFFFFFFF && info.size == 0xFFFFFFFF);
+    EXPECT_FALSE(info.isDirectory);
+    EXPECT_TRUE(Listed(".") == 1 && info.isDirectory);
 }
 
 TEST_F(Directories, AreTheOnesThatWereOpened) {
@@ -78,7 +121,7 @@ TEST_F(Directories, AreFoundAsDeepAsTheirNamesFit) {
     WriteFile("abc.c", "text");
     for (unsigned int bytes = 4085; bytes <= 4098; ++bytes) {
         std::string const slashes(bytes - scratch.path.size() - 5, '/');
-        EXPECT_EQ(IsSearched(scratch.path + slashes + "abc.c"), bytes <= 4095);
+        EXPECT_EQ(Searched(scratch.path + slashes + "abc.c"), bytes <= 4095 ? 1 : 0);
         for (std::size_t left = bytes - scratch.path.size(); left > 0;) {
             std::string const name(left > 202 ? 200 : left > 201 ? 100 : left - 1, 'd');
             mkdir(name.c_str(), 0700);
@@ -86,8 +129,8 @@ TEST_F(Directories, AreFoundAsDeepAsTheirNamesFit) {
             left -= name.size() + 1;
         }
         WriteFile("abc.c", "text");
-        EXPECT_EQ(IsSearched("abc.c"), bytes <= 4089);
-        EXPECT_EQ(IsListed("abc.c"), bytes <= 4090);
+        EXPECT_EQ(Searched("abc.c"), bytes <= 4089 ? 1 : 0);
+        EXPECT_EQ(Listed("abc.c"), bytes <= 4090 ? 1 : 0);
         std::wstring whole(8192, L'?');
         EXPECT_EQ(GetCurrentDir(whole.data(), bytes), 0u);
         EXPECT_EQ(GetCurrentDir(whole.data(), 8192), bytes <= 4095 ? bytes : 0);
@@ -97,43 +140,39 @@ TEST_F(Directories, AreFoundAsDeepAsTheirNamesFit) {
 
 TEST_F(Directories, AreListedByWhatIsLeftOfAPathThatWasCut) {
     std::string const directory = scratch.path + std::string(4093 - scratch.path.size(), '/');
-    EXPECT_FALSE(IsListed(directory + "/*.c")) << "nothing fits *.";
-    EXPECT_TRUE(IsListed(directory + "//*.c")) << "everything fits *";
-    EXPECT_FALSE(IsListed(directory + "///*.c")) << "nothing fits the empty pattern";
+    EXPECT_EQ(Listed(directory + "/*.c"), 0) << "nothing fits *.";
+    EXPECT_EQ(Listed(directory + "//*.c"), 2) << "everything fits *";
+    EXPECT_EQ(Listed(directory + "///*.c"), 0) << "nothing fits the empty pattern";
+    Utf8Locale const utf8;
+    EXPECT_EQ(Listed(directory + "/*\u00E9"), 2) << "cut in bytes to *";
 }
 
 TEST_F(Directories, GiveNamesWholeOrNotAtAll) {
     for (std::size_t bytes : {256, 1024, 4095, 4096, 5000}) {
         g_nextName.assign(bytes, 'n');
-        EXPECT_EQ(IsSearched("nnn*"), bytes < 4096);
+        EXPECT_EQ(Searched("nnn*"), bytes < 4096 ? 1 : 0);
         EXPECT_EQ(std::strlen(data.name), bytes < 4096 ? bytes : 4095);
         g_nextName.assign(bytes, 'n');
-        EXPECT_EQ(IsListed("nnn*"), bytes < 4096);
+        EXPECT_EQ(Listed("nnn*"), bytes < 4096 ? 1 : 0);
         EXPECT_EQ(std::wcslen(info.name), bytes < 4096 ? bytes : 4095);
     }
 }
 
-TEST_F(Directories, HaveNoPathBeforeTheirFirstSearch) {
-    EXPECT_STREQ(list.GetFullPath(), L"");
-    EXPECT_FALSE(list.FindNext(&info));
-}
-
 TEST_F(Directories, AreNamedInAnyBufferThatCanTakeThem) {
-    wchar_t buffer[] = L" \\kept";
+    wchar_t buffer[4096] = L" \\kept";
     EXPECT_EQ(GetCurrentDir(nullptr, 4096), 0u);
     EXPECT_EQ(GetCurrentDir(buffer, 0), 0u);
     EXPECT_EQ(GetFullFilename(L"a", nullptr, 8), nullptr);
     GetFullFilename(L"a", buffer, 0);
     EXPECT_STREQ(GetFullFilename(nullptr, buffer, 7), L" \\kept");
     EXPECT_STREQ(GetFullFilename(buffer, buffer, 7), L"/kept") << "name and buffer are the same";
-}
-
-TEST_F(Directories, AreNotListedByATextThatCannotBeConverted) {
-    EXPECT_FALSE(list.FindFirst(L"/\u00E9", &info)) << "not in the C locale";
-    EXPECT_STREQ(list.GetFullPath(), L"");
-    Utf8Locale const utf8;
-    std::string const slashes = scratch.path + std::string(4093 - scratch.path.size(), '/');
-    EXPECT_TRUE(IsListed(slashes + "/*\u00E9")) << "cut in bytes to *";
+    EXPECT_STREQ(GetFullFilename(L"/abc", buffer, 3), L"/a");
+    EXPECT_EQ(GetFullFilename(L"\ta\\b", buffer, 4096), Wide(scratch.path + "/a/b"));
+    fs::create_directory("\xFF");
+    fs::current_path("\xFF");
+    EXPECT_EQ(GetCurrentDir(buffer, 4096), 0u) << "can't be converted";
+    EXPECT_STREQ(GetFullFilename(L"a", buffer, 4096), L"");
+    EXPECT_FALSE(list.FindFirst(L"*", &info));
 }
 
 } // namespace

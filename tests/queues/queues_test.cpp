@@ -1,4 +1,5 @@
 #include <verrick/queues.h>
+#include <verrick/rings.h>
 
 #include <gtest/gtest.h>
 
@@ -71,12 +72,14 @@ TEST_F(MessageQueue, KeepsEveryCallOutWhileAProgramHoldsItsLockEvent) {
     EXPECT_EQ(receiver.get(), 'x');
 }
 
-TEST_F(MessageQueue, MayBeDeletedByTheReceiverOfTheLastMessage) {
-    for (int round = 0; round < 2000; ++round) {
-        MsgQueue* const brief = MsgQCreate(1, 1);
-        std::thread sender([brief] { MsgQSend(brief, "x", 1, INFINITE, 0); });
-        EXPECT_EQ(MsgQReceive(brief, nullptr, 0, INFINITE), 0);
-        EXPECT_EQ(MsgQDelete(brief), 0);
-        sender.join();
-    }
+TEST(Ring, KeepsOutWhileAProgramHoldsItsLock) {
+    RingBuffer* const ring = RingCreate(8);
+    EnterCriticalSection(&ring->m_lock);
+    std::thread putter([ring] { RingBufPut(ring, "x", 1); });
+    AwaitOthersAsleep();
+    EXPECT_EQ(ring->m_count, 0);
+    LeaveCriticalSection(&ring->m_lock);
+    putter.join();
+    EXPECT_EQ(RingNBytes(ring), 1);
+    RingDelete(ring);
 }

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <optional>
 #include <set>
+#include <utility>
 #include <vector>
 
 using verrick::kReceivers;
@@ -17,11 +18,6 @@ using verrick::kSenders;
 using verrick::Side;
 
 enum Action { kLook, kTimeOut, kCancel };
-
-struct Step {
-    int thread;
-    Action action;
-};
 
 struct ModelThread {
     Side side = kSenders;
@@ -45,14 +41,14 @@ struct Model {
     // Free slots or messages.
     int Supply(Side side) const { return side == kSenders ? capacity - messages : messages; }
 
-    void Do(Step step) {
-        ModelThread& thread = threads[step.thread];
-        if (step.action == kLook || (step.action == kTimeOut && thread.IsWoken())) {
-            Look(thread, step.thread);
+    void Do(int number, Action action) {
+        ModelThread& thread = threads[number];
+        if (action == kLook || (action == kTimeOut && thread.IsWoken())) {
+            Look(thread, number);
         } else {
             sides.GiveUp(*thread.wait, Supply(thread.side) > 0);
             thread.wait.reset();
-            thread.isCancelled = step.action == kCancel;
+            thread.isCancelled = action == kCancel;
         }
         if (verrick::WaitingCall* const woken = sides.TakeWoken()) {
             woken->Post();
@@ -103,14 +99,16 @@ INSTANTIATE_TEST_SUITE_P(Capacity, WaitingSides, testing::Values(1, 2));
 
 TEST_P(WaitingSides, NeverLeaveAMessageOrASlotToSleepers) {
     std::set<std::vector<int>> seen;
-    for (std::vector<std::vector<Step>> paths(1); !paths.empty();) {
+    for (std::vector<std::vector<std::pair<int, Action>>> paths(1); !paths.empty();) {
         auto const path = std::move(paths.back());
         paths.pop_back();
         Model model;
         model.capacity = GetParam();
         model.threads[2].side = kReceivers;
         model.threads[3].side = kReceivers;
-        std::ranges::for_each(path, [&model](Step step) { model.Do(step); });
+        for (auto const& [thread, action] : path) {
+            model.Do(thread, action);
+        }
         ASSERT_EQ(model.sides.IsEmpty(), model.asleep.empty());
         ASSERT_TRUE(model.KeepsTheRule(kSenders));
         ASSERT_TRUE(model.KeepsTheRule(kReceivers));
@@ -118,7 +116,7 @@ TEST_P(WaitingSides, NeverLeaveAMessageOrASlotToSleepers) {
             for (Action const action : {kLook, kTimeOut, kCancel}) {
                 if (isNew && model.threads[thread].CanDo(action)) {
                     paths.push_back(path);
-                    paths.back().push_back({thread, action});
+                    paths.back().emplace_back(thread, action);
                 }
             }
         }
