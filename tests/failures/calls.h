@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <iostream>
+#include <new>
 
 // 1. kOnce: the call fails.
 // 2. kForEver: it fails, and all calls after it do.
@@ -38,6 +39,16 @@ struct Say {
         ((std::cout << values << ' '), ...);
     }
 };
+
+// Takes a step, after which the scenario goes on if memory was refused.
+template<class Step>
+void GoOnAfter(Step step) {
+    try {
+        step();
+    } catch (std::bad_alloc const&) {
+        Say{"bad_alloc"};
+    }
+}
 
 #define SCENARIO(name, variants) void name(int);
 #include "tests/failures/scenarios.def"

@@ -9,7 +9,6 @@
 #include <csignal>
 #include <filesystem>
 #include <map>
-#include <new>
 #include <thread>
 #include <unistd.h>
 
@@ -33,11 +32,7 @@ std::array<long, 3> InUse() {
 void Try(void (*scenario)(int), int variant, Failure const& failure) {
     g_failure = failure;
     auto const before = InUse();
-    try {
-        scenario(variant);
-    } catch (std::bad_alloc const&) {
-        Say{"bad_alloc"};
-    }
+    GoOnAfter([&] { scenario(variant); });
     Arm(false);
     for (int i = 0; i < 5000 && InUse() != before; ++i) {
         usleep(1000); // threads may be ending

@@ -13,7 +13,6 @@
 #include <array>
 #include <shared_mutex>
 #include <thread>
-#include <utility>
 
 static constexpr unsigned int kThreads = 8;
 
@@ -52,23 +51,6 @@ static void Semaphore(unsigned int* seed) {
     change -= same.Wait(rand_r(seed) % 3) == WAIT_RESULT_OK ? 1 : 0;
     DMonitor const monitor(g_section);
     g_inSemaphore += change;
-}
-
-// Each object ends as soon as it lets this thread through. The other one is still on its way out.
-static void TwoThreads(unsigned int* seed) {
-    bool const isEvent = rand_r(seed) % 2 == 0;
-    std::pair objects(MsgQCreate(1, 1), isEvent ? CreateEvent(nullptr, 0, 0, nullptr)
-                                                : CreateSemaphore(nullptr, 0, 1, nullptr));
-    auto const letThrough = [](void* argument) {
-        auto const [queue, handle] = *static_cast<decltype(objects)*>(argument);
-        AGREE(MsgQSend(queue, "x", 1, INFINITE, 0) == 0);
-        AGREE(SetEvent(handle) == 1 || ReleaseSemaphore(handle, 1, nullptr) == 1);
-    };
-    AGREE(ThreadSpawn(letThrough, &objects, 0, 0, 0, 0) == 1);
-    AGREE(MsgQReceive(objects.first, nullptr, 0, INFINITE) == 0);
-    MsgQDelete(objects.first);
-    AGREE(WaitForSingleObject(objects.second, INFINITE) == WAIT_OBJECT_0);
-    CloseHandle(objects.second);
 }
 
 // What a thread, a worker or a timer calls.
@@ -137,8 +119,7 @@ static void Files(unsigned int*) {
 
 static void Work(std::stop_token const& stop, unsigned int thread) {
     // Those in front come most often, because the last ones take long.
-    static constexpr std::array kOperations{Items, Semaphore, TwoThreads, Worker,
-                                            Files, IniFile,   Timers};
+    static constexpr std::array kOperations{Items, Semaphore, Worker, Files, IniFile, Timers};
     for (unsigned int seed = thread; !stop.stop_requested(); std::fprintf(stderr, "%u\n", thread)) {
         kOperations.at(rand_r(&seed) % (rand_r(&seed) % kOperations.size() + 1))(&seed);
     }
