@@ -42,21 +42,10 @@ extern "C" time_t time(time_t* /*now*/) noexcept {
     return kToday;
 }
 
-// The engine's sources call the next three in the place of pthread_create,
-// pthread_attr_setstacksize and pthread_cond_timedwait.
+// The engine's sources call this in the place of pthread_create.
 extern "C" int CreateNoThread(pthread_t* /*thread*/, pthread_attr_t const* /*attributes*/,
                               void* (* /*entry*/)(void*), void* /*argument*/) noexcept {
     return EAGAIN;
-}
-
-extern "C" int SetStackSize(pthread_attr_t* /*attributes*/, std::size_t bytes) noexcept {
-    AGREE(bytes == 8196);
-    return 0;
-}
-
-extern "C" int WaitForOthers(pthread_cond_t* /*ended*/, pthread_mutex_t* /*mutex*/,
-                             timespec const* /*deadline*/) {
-    AGREE(false); // there are none
 }
 
 namespace {

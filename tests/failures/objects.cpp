@@ -65,6 +65,7 @@ void Wait(int variant) {
         [&](int timeoutMs) { return MsgQReceive(empty.get(), nullptr, 0, timeoutMs) == 0; },
         [&](int timeoutMs) { return MsgQSend(full.get(), "x", 1, timeoutMs, 0) == 0; }};
     auto const& wait = waits[variant % 6];
+    constexpr int timeOutsMs[] = {-1, 60000, 50};
     bool const isSignalled = variant < 12;
     std::thread signaller([&] {
         AwaitOthersAsleep();
@@ -79,10 +80,7 @@ void Wait(int variant) {
     });
     unsigned int const start = GetTickCount();
     Arm();
-    Say{wait(variant < 6   ? -1
-             : isSignalled ? 60000
-                           : 50),
-        isSignalled || GetTickCount() - start >= 49};
+    Say{wait(timeOutsMs[variant / 6]), isSignalled || GetTickCount() - start >= 49};
     Arm(false);
     signaller.join();
     Say{wait(0)};

@@ -20,7 +20,6 @@ TEST(EventHandle, IsDeletedByTheCloseThatEndsItAndByNoOther) {
     EXPECT_EQ(deleted, 0);
     delete event;
     EXPECT_EQ(CloseHandle(static_cast<XHandleObject*>(new Event(0, 0))), 1);
-    EXPECT_EQ(CloseHandle(CreateEvent(nullptr, 1, 1, L"shares nothing")), 1);
     EXPECT_EQ(deleted, 2);
 }
 
@@ -42,7 +41,6 @@ TEST(EventTwins, DifferInTheSenseOfNegativeTimeOuts) {
     DEvent object(false, true);
     XEvent handle(0, 0);
     EXPECT_EQ(object.Wait(-2000), WAIT_RESULT_TIMEOUT); // in the past, where the other is far ahead
-    EXPECT_NE(object.Wait(-2), WAIT_RESULT_OK);
     auto waiter = std::async(std::launch::async, [&] {
         return handle.WaitForSingleObject(static_cast<unsigned long>(-2000));
     });

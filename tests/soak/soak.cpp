@@ -1,5 +1,5 @@
-// All families of the library at once, on eight threads, with objects that come and go under load.
-// It ends with a message if a result is wrong, or if an item is lost or doubled. scripts/soak
+// The families that threads share, at once on eight threads, with objects that come and go under
+// load. It ends with a message if a result is wrong, or if an item is lost or doubled. scripts/soak
 // watches the rest from outside: stalls, memory, descriptors and threads.
 //
 // Usage: soak SECONDS. A thread prints its number on standard error after each operation. The
@@ -108,18 +108,9 @@ static void IniFile(unsigned int* seed) {
     AGREE(WritePrivateProfileString(L"soak", L"edits", text, L"soak.ini") == 1);
 }
 
-// One thread at a time, because the thread sanitizer doesn't know the lock of the system's loader.
-static void Files(unsigned int*) {
-    DMonitor const monitor(g_section);
-    DFileInfo info;
-    AGREE(DDirList().FindFirst(L"?", &info)); // the folder itself
-    void* const library = LoadLibrary(L"libresolv.so.2");
-    AGREE(GetProcAddress(library, "malloc") != nullptr && FreeLibrary(library) == 1);
-}
-
 static void Work(std::stop_token const& stop, unsigned int thread) {
     // Those in front come most often, because the last ones take long.
-    static constexpr std::array kOperations{Items, Semaphore, Worker, Files, IniFile, Timers};
+    static constexpr std::array kOperations{Items, Semaphore, Worker, IniFile, Timers};
     for (unsigned int seed = thread; !stop.stop_requested(); std::fprintf(stderr, "%u\n", thread)) {
         kOperations.at(rand_r(&seed) % (rand_r(&seed) % kOperations.size() + 1))(&seed);
     }
