@@ -132,7 +132,6 @@ struct Listener : ITimerListener {
 struct Machine : Model {
     explicit Machine(Input& input) : m_input(input) {
         AGREE(m_engine.GetPriority() == 7 && m_dispatch.GetPriority() == 99);
-        m_dispatch.Enqueue(nullptr, 0); // is ignored
         m_dispatch.Enqueue(&m_listeners[0], UINT_MAX);
         queue.emplace_back(&m_listeners[0], UINT_MAX);
         isAwake = true;

@@ -16,10 +16,10 @@ enum class Kind { kOnce, kForEver, kShort, kLate, kRename };
 
 // The n-th of the calls, counted over all threads.
 struct Failure {
-    Kind kind;
-    int error;
-    char const* calls; // their names, each between two spaces
-    int n;
+    Kind kind = Kind::kOnce;
+    int error = 0;
+    char const* calls = ""; // their names, each between two spaces
+    int n = 0;
     char const* happened = ""; // the call that failed
 };
 inline Failure g_failure{};
@@ -40,7 +40,7 @@ struct Say {
     }
 };
 
-// Takes a step, after which the scenario goes on if memory was refused.
+// Takes the last step that may fail. The scenario goes on after it if memory was refused.
 template<class Step>
 void GoOnAfter(Step step) {
     try {
@@ -48,6 +48,7 @@ void GoOnAfter(Step step) {
     } catch (std::bad_alloc const&) {
         Say{"bad_alloc"};
     }
+    Arm(false);
 }
 
 #define SCENARIO(name, variants) void name(int);

@@ -19,8 +19,6 @@ std::map<std::string, std::pair<void (*)(int), int>> const kScenarios = {
 #include "tests/failures/scenarios.def"
 };
 
-constexpr Failure kNone{Kind::kOnce, 0, "", 0};
-
 // Descriptors, threads and mutexes.
 std::array<long, 3> InUse() {
     auto const entries = [](char const* directory) {
@@ -33,7 +31,6 @@ void Try(void (*scenario)(int), int variant, Failure const& failure) {
     g_failure = failure;
     auto const before = InUse();
     GoOnAfter([&] { scenario(variant); });
-    Arm(false);
     for (int i = 0; i < 5000 && InUse() != before; ++i) {
         usleep(1000); // threads may be ending
     }
@@ -54,12 +51,10 @@ int main(int, char** arguments) {
     auto const& [scenario, variants] = kScenarios.at(arguments[1]);
     Failure failure{Kind{std::stoi(arguments[2])}, std::stoi(arguments[3]), arguments[4], 0};
     for (int variant = 0; variant < variants; ++variant) {
-        Try(scenario, variant, kNone);
-        bool happened = true;
-        for (failure.n = 1; happened; ++failure.n) {
+        Try(scenario, variant, {});
+        for (failure.n = 1; failure.n == 1 || *g_failure.happened != '\0'; ++failure.n) {
             Try(scenario, variant, failure);
-            happened = *g_failure.happened != '\0';
         }
-        Try(scenario, variant, kNone); // works as before
+        Try(scenario, variant, {}); // works as before
     }
 }

@@ -1,5 +1,5 @@
-// The families that threads share, at once on eight threads, with objects that come and go under
-// load. It ends with a message if a result is wrong, or if an item is lost or doubled. scripts/soak
+// All families of the library at once, on eight threads, with objects that come and go under load.
+// It ends with a message if a result is wrong, or if an item is lost or doubled. scripts/soak
 // watches the rest from outside: stalls, memory, descriptors and threads.
 //
 // Usage: soak SECONDS. A thread prints its number on standard error after each operation. The
@@ -7,6 +7,7 @@
 // be counted.
 #include "fuzz/input.h"
 
+#include <verrick/cpp/handle.h>
 #include <verrick/ini_file_lock.h>
 #include <verrick/verrick.h>
 
@@ -60,14 +61,15 @@ struct Callee : DThread, ITimerListener, IWorkerCallbackObj {
     void DoCallback(void* id) override { OnTimerExpired(*static_cast<char*>(id)); }
     void OnTimerExpired(unsigned int id) override {
         ++m_calls.at(id);
-        m_called.Signal();
+        AGREE(SetEvent(m_called.Get()) == 1 || ReleaseSemaphore(m_called.Get(), 1, nullptr) == 1);
     }
     void Await(unsigned int id) {
-        while (m_calls.at(id) == 0 && m_called.Wait(-1) == WAIT_RESULT_OK) {
+        while (m_calls.at(id) == 0 && m_called.Wait() == WAIT_OBJECT_0) {
         }
     }
     std::array<std::atomic<int>, kThreads> m_calls{};
-    DEvent m_called{false, true};
+    verrick::Handle m_called{g_lastId % 2 == 0 ? CreateEvent(nullptr, 0, 0, nullptr)
+                                               : CreateSemaphore(nullptr, 0, 1000000, nullptr)};
 };
 
 static void Worker(unsigned int*) {
@@ -91,9 +93,7 @@ static void Timers(unsigned int*) {
     std::shared_lock const inUse(g_timerService);
     ITimeManager* const timers = DTimeManager::GetInstance(0);
     for (unsigned int id = 0; id < kThreads; ++id) {
-        AGREE(timers->CreateRelativeTimer(&callee, id, 5 * id + 5, 0, id % 2 * TIMER_REPEAT));
-    }
-    for (unsigned int id = 0; id < kThreads; ++id) {
+        AGREE(timers->CreateRelativeTimer(&callee, id, 5, 0, id % 2 * TIMER_REPEAT));
         callee.Await(id);
         AGREE(timers->Destroy(&callee, id) && (id % 2 == 1 || callee.m_calls.at(id) == 1));
     }
@@ -108,9 +108,18 @@ static void IniFile(unsigned int* seed) {
     AGREE(WritePrivateProfileString(L"soak", L"edits", text, L"soak.ini") == 1);
 }
 
+// One thread at a time, because the thread sanitizer doesn't know the lock of the system's loader.
+static void Files(unsigned int*) {
+    DMonitor const monitor(g_section);
+    DFileInfo info;
+    AGREE(DDirList().FindFirst(L"?", &info)); // the folder itself
+    void* const library = LoadLibrary(L"libresolv.so.2");
+    AGREE(GetProcAddress(library, "malloc") != nullptr && FreeLibrary(library) == 1);
+}
+
 static void Work(std::stop_token const& stop, unsigned int thread) {
     // Those in front come most often, because the last ones take long.
-    static constexpr std::array kOperations{Items, Semaphore, Worker, IniFile, Timers};
+    static constexpr std::array kOperations{Items, Semaphore, Worker, Files, IniFile, Timers};
     for (unsigned int seed = thread; !stop.stop_requested(); std::fprintf(stderr, "%u\n", thread)) {
         kOperations.at(rand_r(&seed) % (rand_r(&seed) % kOperations.size() + 1))(&seed);
     }
