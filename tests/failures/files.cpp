@@ -123,12 +123,13 @@ void EditIni(int variant) {
 // It is more than what an edit keeps to undo itself.
 void RemoveLongSection(int) {
     std::string const others = "[z]\nk=2\n" + TextOfSize(100000);
-    WriteFile("f.ini", "[a]\nk=1\n[long]\n" + std::string(150000, 'x') + '\n' + others);
+    std::string text = TextOfSize(150000);
+    std::replace(text.begin(), text.end(), '[', ';'); // its headers become comments
+    WriteFile("f.ini", "[long]\n" + text + others);
     DIni ini(L"f.ini");
     Arm();
     GoOnAfter([&] { Say{ini.PutSection(L"long", nullptr)}; });
-    std::string const left = WithoutBlankLines(Stored());
-    Say{left.starts_with("[a]\nk=1\n"), left.find(others) != left.npos};
+    Say{WithoutBlankLines(Stored()).find(others) != others.npos};
 }
 
 void OpenFiles(int) {

@@ -79,8 +79,7 @@ TEST(SemaphoreHandle, ReleasesAllOrNothingUpToTheSystemsMaximum) {
     EXPECT_EQ(ReleaseSemaphore(&semaphore, 1, &previous), 0);
     EXPECT_EQ(previous, INT_MAX);
     EXPECT_LT(g_posts, 100000);
-    XSemaphore full(INT_MAX, INT_MAX);
-    EXPECT_EQ(full.SetToSignaledState(), 0);
+    EXPECT_EQ(XSemaphore(INT_MAX, INT_MAX).SetToSignaledState(), 0);
     EXPECT_EQ(CreateSemaphore(nullptr, 1, 2, L"twin"), nullptr);
     EXPECT_EQ(CreateSemaphore(&previous, 1, 2, nullptr), nullptr);
     EXPECT_TRUE(LONG_MAX == INT_MAX || CreateSemaphore(nullptr, LONG_MAX, 1, nullptr) == nullptr);
