@@ -42,21 +42,14 @@ extern "C" time_t time(time_t* /*now*/) noexcept {
     return kToday;
 }
 
-// The engine's sources call the next three in the place of pthread_create,
-// pthread_attr_setstacksize and pthread_cond_timedwait.
-extern "C" int CreateNoThread(pthread_t* /*thread*/, pthread_attr_t const* /*attributes*/,
-                              void* (* /*entry*/)(void*), void* /*argument*/) noexcept {
+// The engine's sources call the next two in the place of pthread_create and pthread_cond_timedwait.
+extern "C" int CreateNoThread(pthread_t*, pthread_attr_t const*, void* (*)(void*), void*) noexcept {
     return EAGAIN;
 }
 
-extern "C" int SetStackSize(pthread_attr_t* /*attributes*/, std::size_t bytes) noexcept {
-    AGREE(bytes == 8196);
-    return 0;
-}
-
-extern "C" int WaitForOthers(pthread_cond_t* /*ended*/, pthread_mutex_t* /*mutex*/,
-                             timespec const* /*deadline*/) {
-    AGREE(false); // there are none
+// A listener that ends its own timer has nobody to wait for.
+extern "C" int WaitForOthers(pthread_cond_t*, pthread_mutex_t*, timespec const*) {
+    AGREE(false);
 }
 
 namespace {
@@ -143,7 +136,6 @@ struct Listener : ITimerListener {
 struct Machine : Model {
     explicit Machine(Input& input) : m_input(input) {
         AGREE(m_engine.GetPriority() == 7 && m_dispatch.GetPriority() == 99);
-        m_dispatch.Enqueue(nullptr, 0); // is ignored
         m_dispatch.Enqueue(&m_listeners[0], UINT_MAX);
         queue.emplace_back(&m_listeners[0], UINT_MAX);
         isAwake = true;

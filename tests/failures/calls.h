@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <iostream>
+#include <new>
 
 // 1. kOnce: the call fails.
 // 2. kForEver: it fails, and all calls after it do.
@@ -15,10 +16,10 @@ enum class Kind { kOnce, kForEver, kShort, kLate, kRename };
 
 // The n-th of the calls, counted over all threads.
 struct Failure {
-    Kind kind;
-    int error;
-    char const* calls; // their names, each between two spaces
-    int n;
+    Kind kind = Kind::kOnce;
+    int error = 0;
+    char const* calls = ""; // their names, each between two spaces
+    int n = 0;
     char const* happened = ""; // the call that failed
 };
 inline Failure g_failure{};
@@ -38,6 +39,17 @@ struct Say {
         ((std::cout << values << ' '), ...);
     }
 };
+
+// Takes the last step that may fail. The scenario goes on after it if memory was refused.
+template<class Step>
+void GoOnAfter(Step step) {
+    try {
+        step();
+    } catch (std::bad_alloc const&) {
+        Say{"bad_alloc"};
+    }
+    Arm(false);
+}
 
 #define SCENARIO(name, variants) void name(int);
 #include "tests/failures/scenarios.def"

@@ -6,21 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <vector>
-
-namespace {
-
-using Items = std::vector<DListItem*>;
-
-// The list's items from the front, or from the back.
-Items Read(DList& list, DListItem* (DList::*step)(DListItem*)) {
-    Items items;
-    for (auto* at = (list.*step)(nullptr); at != nullptr; at = (list.*step)(at)) {
-        items.push_back(at);
-    }
-    return items;
-}
-
 TEST(List, IsTheSameFromBothEndsAndIntactAgainWhenItBecomesEmpty) {
     DListItem items[4];
     auto& [a, b, c, d] = items;
@@ -31,15 +16,15 @@ TEST(List, IsTheSameFromBothEndsAndIntactAgainWhenItBecomesEmpty) {
         list.AddTail(&c);
         list.AddHead(&a);
         list.Insert(&d, &c);
-        EXPECT_EQ(list.Size(), 4U);
-        EXPECT_EQ(Read(list, &DList::Next), (Items{&a, &b, &c, &d}));
-        EXPECT_EQ(list.Remove(&d), &d);
-        EXPECT_EQ(Read(list, &DList::Prev), (Items{&c, &b, &a}));
+        DListItem* at = nullptr;
+        for (auto* const expected : {&d, &c, &b, &a}) {
+            at = list.Prev(at);
+            EXPECT_EQ(at, expected);
+        }
+        EXPECT_EQ(list.Prev(&a), nullptr);
         EXPECT_EQ(list.Remove(&b), &b);
-        EXPECT_EQ(list.RemoveHead(), &a);
-        EXPECT_EQ(list.RemoveHead(), &c);
-        EXPECT_TRUE(list.IsEmpty());
+        for (auto* const expected : {&a, &c, &d}) {
+            EXPECT_EQ(list.RemoveHead(), expected);
+        }
     }
 }
-
-} // namespace

@@ -15,8 +15,6 @@ TEST(CriticalSection, DoesNotNestAndIsFreedByItsHolderAlone) {
     EXPECT_EQ(other.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
     section.Leave();
     other.get(); // a lock that is kept shows as the test's own time-out
-    section.Enter();
-    section.Leave();
 }
 
 TEST(CriticalSectionTwins, DifferInTryingInNullAndInTheComplaintAboutAFailedLeave) {
@@ -29,14 +27,11 @@ TEST(CriticalSectionTwins, DifferInTryingInNullAndInTheComplaintAboutAFailedLeav
     EXPECT_EQ(TryEnterCriticalSection(&section), 0); // not for its holder, either
     EnterCriticalSection(&section);                  // doesn't count
     std::thread([&] { LeaveCriticalSection(&section); }).join();
-    std::thread([&] { EXPECT_EQ(TryEnterCriticalSection(&section), 0); }).join();
     LeaveCriticalSection(&section);
     EXPECT_EQ(TryEnterCriticalSection(&section), 1);
     LeaveCriticalSection(&section);
     InitializeCriticalSection(nullptr);
     EnterCriticalSection(nullptr);
-    EXPECT_EQ(TryEnterCriticalSection(nullptr), 0);
-    LeaveCriticalSection(nullptr);
     DeleteCriticalSection(nullptr);
     DeleteCriticalSection(&section);
     EXPECT_EQ(testing::internal::GetCapturedStdout(),

@@ -7,13 +7,13 @@
 // be counted.
 #include "fuzz/input.h"
 
+#include <verrick/cpp/handle.h>
 #include <verrick/ini_file_lock.h>
 #include <verrick/verrick.h>
 
 #include <array>
 #include <shared_mutex>
 #include <thread>
-#include <utility>
 
 static constexpr unsigned int kThreads = 8;
 
@@ -54,23 +54,6 @@ static void Semaphore(unsigned int* seed) {
     g_inSemaphore += change;
 }
 
-// Each object ends as soon as it lets this thread through. The other one is still on its way out.
-static void TwoThreads(unsigned int* seed) {
-    bool const isEvent = rand_r(seed) % 2 == 0;
-    std::pair objects(MsgQCreate(1, 1), isEvent ? CreateEvent(nullptr, 0, 0, nullptr)
-                                                : CreateSemaphore(nullptr, 0, 1, nullptr));
-    auto const letThrough = [](void* argument) {
-        auto const [queue, handle] = *static_cast<decltype(objects)*>(argument);
-        AGREE(MsgQSend(queue, "x", 1, INFINITE, 0) == 0);
-        AGREE(SetEvent(handle) == 1 || ReleaseSemaphore(handle, 1, nullptr) == 1);
-    };
-    AGREE(ThreadSpawn(letThrough, &objects, 0, 0, 0, 0) == 1);
-    AGREE(MsgQReceive(objects.first, nullptr, 0, INFINITE) == 0);
-    MsgQDelete(objects.first);
-    AGREE(WaitForSingleObject(objects.second, INFINITE) == WAIT_OBJECT_0);
-    CloseHandle(objects.second);
-}
-
 // What a thread, a worker or a timer calls.
 struct Callee : DThread, ITimerListener, IWorkerCallbackObj {
     Callee() : DThread("soak", 0, 0, 0) {}
@@ -78,14 +61,15 @@ struct Callee : DThread, ITimerListener, IWorkerCallbackObj {
     void DoCallback(void* id) override { OnTimerExpired(*static_cast<char*>(id)); }
     void OnTimerExpired(unsigned int id) override {
         ++m_calls.at(id);
-        m_called.Signal();
+        AGREE(SetEvent(m_called.Get()) == 1 || ReleaseSemaphore(m_called.Get(), 1, nullptr) == 1);
     }
     void Await(unsigned int id) {
-        while (m_calls.at(id) == 0 && m_called.Wait(-1) == WAIT_RESULT_OK) {
+        while (m_calls.at(id) == 0 && m_called.Wait() == WAIT_OBJECT_0) {
         }
     }
     std::array<std::atomic<int>, kThreads> m_calls{};
-    DEvent m_called{false, true};
+    verrick::Handle m_called{g_lastId % 2 == 0 ? CreateEvent(nullptr, 0, 0, nullptr)
+                                               : CreateSemaphore(nullptr, 0, 1000000, nullptr)};
 };
 
 static void Worker(unsigned int*) {
@@ -109,9 +93,7 @@ static void Timers(unsigned int*) {
     std::shared_lock const inUse(g_timerService);
     ITimeManager* const timers = DTimeManager::GetInstance(0);
     for (unsigned int id = 0; id < kThreads; ++id) {
-        AGREE(timers->CreateRelativeTimer(&callee, id, 5 * id + 5, 0, id % 2 * TIMER_REPEAT));
-    }
-    for (unsigned int id = 0; id < kThreads; ++id) {
+        AGREE(timers->CreateRelativeTimer(&callee, id, 5, 0, id % 2 * TIMER_REPEAT));
         callee.Await(id);
         AGREE(timers->Destroy(&callee, id) && (id % 2 == 1 || callee.m_calls.at(id) == 1));
     }
@@ -137,8 +119,7 @@ static void Files(unsigned int*) {
 
 static void Work(std::stop_token const& stop, unsigned int thread) {
     // Those in front come most often, because the last ones take long.
-    static constexpr std::array kOperations{Items, Semaphore, TwoThreads, Worker,
-                                            Files, IniFile,   Timers};
+    static constexpr std::array kOperations{Items, Semaphore, Worker, Files, IniFile, Timers};
     for (unsigned int seed = thread; !stop.stop_requested(); std::fprintf(stderr, "%u\n", thread)) {
         kOperations.at(rand_r(&seed) % (rand_r(&seed) % kOperations.size() + 1))(&seed);
     }
