@@ -42,12 +42,18 @@ extern "C" time_t time(time_t* /*now*/) noexcept {
     return kToday;
 }
 
-// The engine's sources call the next two in the place of pthread_create and pthread_cond_timedwait.
+// The engine's sources call the next three in the place of pthread_create,
+// pthread_attr_setstacksize and pthread_cond_timedwait.
 extern "C" int CreateNoThread(pthread_t*, pthread_attr_t const*, void* (*)(void*), void*) noexcept {
     return EAGAIN;
 }
 
 // A listener that ends its own timer has nobody to wait for.
+extern "C" int SetStackSize(pthread_attr_t* /*attributes*/, std::size_t bytes) noexcept {
+    AGREE(bytes == 8196);
+    return 0;
+}
+
 extern "C" int WaitForOthers(pthread_cond_t*, pthread_mutex_t*, timespec const*) {
     AGREE(false);
 }

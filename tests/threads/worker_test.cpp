@@ -61,12 +61,11 @@ TEST(Worker, CallsBackOnceWithTheNewestOfTheBlocksThatWait) {
 TEST(Worker, EndsParkedDerivedIdleOrAfterItsCallbackAndBeginsNoOther) {
     Callback callback;
     callback.then = [&](char*) { Sleep(100); };
-    {
-        struct DerivedDispatch : DTimerDispatch {
-            void Run() override {}
-        } dispatch;
-        dispatch.Start();
-    }
+    struct DerivedDispatch : DTimerDispatch {
+        DerivedDispatch() { Start(); }
+        void Run() override {}
+    };
+    delete new DerivedDispatch;
     testing::internal::CaptureStdout();
     {
         DWorkerThread parked("parked", 0, 0, kNoThreadYet);

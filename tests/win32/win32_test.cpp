@@ -23,11 +23,8 @@ void RunFragments(int (*const* fragment)(void)) {
     }
 }
 
-TEST(Win32, FragmentsInC99CompileUnchangedAndWork) {
+TEST(Win32, FragmentsInC99AndInCpp11CompileUnchangedAndWork) {
     RunFragments(g_fragmentsInC99);
-}
-
-TEST(Win32, FragmentsInCpp11CompileUnchangedAndWork) {
     RunFragments(g_fragmentsInCpp11);
 }
 
