@@ -137,6 +137,7 @@ static int JoinGenericText(void) {
 }
 
 int (*const FRAGMENTS[])(void) = {
-    WaitOnEvents,  ReadPreviousCounts, EnterNested,     CountReferencesAndSpin,
-    ListTheFolder, CallALibrary,       JoinGenericText, ReadProfileNumbers,     NULL,
+    WaitOnEvents,           ReadPreviousCounts, EnterNested,
+    CountReferencesAndSpin, ListTheFolder,      CallALibrary,
+    JoinGenericText,        ReadProfileNumbers, NULL,
 };
