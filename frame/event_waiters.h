@@ -1,8 +1,8 @@
 // The threads that wait on an auto-reset event, the oldest first.
 //
 // Each waits on a condition that no other thread waits on. So a wake-up reaches the thread that it
-// is meant for. Neither a thread that comes later can take it, nor can the system lose it between
-// two threads: glibc before 2.41 may do that (its bug 25847) while several wait on one condition.
+// is meant for. A thread that comes later can't take it. Nor can the system lose it between two
+// threads. glibc before 2.41 may do that while several wait on one condition (its bug 25847).
 #pragma once
 
 #include <verrick/detail/event_state.h>
