@@ -128,7 +128,7 @@ private:
     public:
         explicit Waiter(EventCore const& event) : m_event(event) {}
         ~Waiter() {
-            if (m_state == kWaits) {
+            if (m_isUnderWay) {
                 m_event.LetWakeUpPass(*this);
                 m_event.Abandon(*this);
             }
@@ -141,28 +141,22 @@ private:
 
         // Returns false if the event is signalled: the caller took that.
         bool TryBegin() {
-            if (!m_event.TryBeginWait(*this)) {
-                return false;
-            }
-            m_state = kWaits;
-            if (HasOwnCondition()) {
-                m_own = PTHREAD_COND_INITIALIZER;
-            }
-            return true;
+            m_isUnderWay = m_event.TryBeginWait(*this);
+            return m_isUnderWay;
         }
 
         void End() {
             m_event.EndWait(*this);
-            m_state = kReturns;
+            m_isUnderWay = false;
         }
 
         bool HasOwnCondition() const { return !this->UsesEventCondition(); }
         pthread_cond_t& Condition() { return HasOwnCondition() ? m_own : m_event.Condition(); }
 
     private:
-        enum { kHasNotBegun, kWaits, kReturns } m_state = kHasNotBegun;
         EventCore m_event;
-        pthread_cond_t m_own; // made by TryBegin, if there is one
+        pthread_cond_t m_own = PTHREAD_COND_INITIALIZER;
+        bool m_isUnderWay = false;
     };
 
     // Wakes a thread that waits on a condition of its own. Returns false for one that waits on the

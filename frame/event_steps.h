@@ -140,7 +140,7 @@ public:
 
     // The caller, counted by TryBeginWait, waits no longer.
     void EndWait(EventWaiter& self) const {
-        if (this->IsAutoReset() && !self.m_isWoken) {
+        if (self.m_next != nullptr) {
             Listed().Remove(self);
         }
         AddWaiters(-1);

@@ -23,7 +23,7 @@ private:
     template<class Fields>
     friend class EventSteps;
 
-    EventWaiter* m_next = nullptr;
+    EventWaiter* m_next = nullptr; // null if it isn't in the ring
     EventWaiter* m_prev = nullptr;
     unsigned m_resetsBefore = 0; // resets of the event before it was woken
     bool m_usesEventCondition = true;
@@ -45,12 +45,15 @@ public:
         m_newest = &waiter;
     }
 
+    // The waiter is in the ring, where no link is null.
     void Remove(EventWaiter& waiter) {
+        // NOLINTNEXTLINE(clang-analyzer-core.NullDereference)
         waiter.m_next->m_prev = waiter.m_prev;
         waiter.m_prev->m_next = waiter.m_next;
         if (m_newest == &waiter) {
             m_newest = waiter.m_prev != &waiter ? waiter.m_prev : nullptr;
         }
+        waiter.m_next = nullptr;
     }
 
     // Returns null if there is none.
