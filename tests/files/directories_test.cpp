@@ -3,7 +3,6 @@
 #include <verrick/paths.h>
 #include <verrick/search.h>
 
-#include <cerrno>
 #include <cstring>
 #include <cwchar>
 #include <dlfcn.h>

@@ -12,8 +12,6 @@
 #include "frame/deadline.h"
 #include "tests/support/asleep.h"
 
-using namespace std::chrono_literals;
-
 namespace {
 
 // Starts a wait on another thread and returns once it can be taken to block.

@@ -23,14 +23,13 @@ TEST(Timers, DestroyAndDestroyInstanceWaitForACallUnderWay) {
     unsigned int const startMs = GetTickCount();
     for (bool const endsService : {false, true, false, true}) {
         Gate gate;
+        Listener other;
         Service const service;
         DTimeManager* const manager = DTimeManager::GetInstance(10);
         auto listener = std::make_unique<Listener>();
         listener->then = [&](unsigned int) {
             gate.Pass();
-            if (endsService) { // too late to be of use
-                manager->CreateRelativeTimer(listener.get(), 2, 10, 0, 0);
-            }
+            manager->CreateRelativeTimer(&other, 2, 10, 0, 0); // perhaps too late to be of use
         };
         manager->CreateRelativeTimer(listener.get(), 1, 10, 0, TIMER_REPEAT);
         listener->noted.Await(1);
