@@ -247,13 +247,12 @@ TEST(Thread, RunsOnceHoweverOftenItIsCreatedAndStarted) {
 
 TEST(Task, RunsWithItsArgumentPriorityAndStack) {
     static Recorder<Properties> seen;
-    auto const entry = [](void* argument) {
-        static_cast<Recorder<Properties>*>(argument)->Note({});
-    };
+    auto const entry = [](void* to) { static_cast<Recorder<Properties>*>(to)->Note({}); };
     EXPECT_EQ(ThreadSpawn(entry, &seen, 99, -1, -1, 1 << 20), 1);
     Properties const properties = seen.Await(1).back();
     EXPECT_EQ(properties.scheduling.sched_priority, Allowed(99));
     EXPECT_EQ(properties.stackBytes, 1U << 20);
+    EXPECT_EQ(ThreadSpawn(nullptr, &seen, 0, 0, 0, 0), 0);
 }
 
 } // namespace
