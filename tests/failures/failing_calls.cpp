@@ -31,6 +31,8 @@ void Try(void (*scenario)(int), int variant, Failure const& failure) {
     g_failure = failure;
     auto const before = InUse();
     GoOnAfter([&] { scenario(variant); });
+    // The comparison goes from left to right. So a thread from before that has ended hides a held
+    // mutex this once. The next time it is seen.
     auto after = InUse();
     for (int i = 0; i < 5000 && after > before; ++i) {
         usleep(1000); // threads may be ending
