@@ -27,7 +27,6 @@ constexpr Edit kEdits[] = {
     // In the larger files half of the first read ends in this line.
     {L"s25", L"k2", L"value"},
 };
-constexpr int kEditCount = std::size(kEdits);
 
 // Sections of three keys each, up to about that size.
 std::string TextOfSize(std::size_t bytes) {
@@ -86,14 +85,14 @@ void EditIni(int variant) {
     };
     static std::map<int, std::string> edited;
     constexpr std::size_t sizes[] = {600, 600, 13000, 140000};
-    Edit const& edit = kEdits[variant % kEditCount];
-    std::string const before = TextOfSize(sizes[variant / kEditCount]);
+    Edit const& edit = kEdits[variant % std::size(kEdits)];
+    std::string const before = TextOfSize(sizes[variant / std::size(kEdits)]);
     std::string const fresh = "[another]\nfile=of its own\n[with]\nother=offsets\n";
     WriteFile("f.ini", before);
     WriteFile("new", fresh);
     DIni plain(L"f.ini");
     Derived derived(L"f.ini"); // for which an edit opens the file anew
-    IIni& ini = variant / kEditCount == 1 ? static_cast<IIni&>(derived) : plain;
+    IIni& ini = variant / std::size(kEdits) == 1 ? static_cast<IIni&>(derived) : plain;
     bool isEdited = false;
     Arm();
     GoOnAfter([&] { isEdited = edit.Apply(ini) == 1; });

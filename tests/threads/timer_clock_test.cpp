@@ -122,6 +122,7 @@ TEST(TimerClock, OfManyDueTimersTheFirst2304AreDelivered) {
 // Otherwise an Activate could move the timer meanwhile, and Destroy would miss it.
 TEST(TimerClock, DestroyKeepsOthersOutUntilItHasTheTimer) {
     DTimeManager& service = *DTimeManager::GetInstance(7);
+    EXPECT_EQ(static_cast<DTimeManagerImpl&>(*service.m_impl).GetPriority(), 7);
     Listener listener;
     service.CreateRelativeTimer(&listener, 1, 10, 0, TIMER_INACTIVE);
     service.CreateRelativeTimer(&listener, 2, 10, 0, 0);
