@@ -36,19 +36,23 @@ class Family:
     tests catch doesn't get there."""
     programs: list  # of googletest
     fuzz: list  # targets, as far as they have seeds
-    others: tuple = ()  # commands with a program as the last arguments
+    failures: tuple = ()  # groups of tests/failures/table.txt
+    others: tuple = ()  # commands with programs as their arguments
     extra: tuple = ()  # sources outside the family's folder
 
 
 FAMILIES = {
     'strings': Family(['strings_test', 'ini_test', 'files_test'], ['text']),
     'frame': Family(['frame_test', 'misuse_test', 'time_test', 'handles_test', 'queues_test',
-                     'threads_test'], []),
-    'threads': Family(['threads_test', 'time_test', 'timer_clock_test', 'unload_test'], ['timers']),
-    'ini': Family(['ini_test'], ['ini', 'text'], extra=('include/verrick/ini_file_lock.h',)),
-    'handles': Family(['handles_test', 'misuse_test', 'frame_test', 'win32_test', 'queues_test'], []),
-    'queues': Family(['queues_test'], ['queues']),
-    'files': Family(['files_test'], ['text'],
+                     'threads_test'], [], failures=('objects', 'threads')),
+    'threads': Family(['threads_test', 'time_test', 'timer_clock_test', 'unload_test'], ['timers'],
+                      failures=('threads', 'timers')),
+    'ini': Family(['ini_test'], ['ini', 'text'], failures=('ini',),
+                  extra=('include/verrick/ini_file_lock.h',)),
+    'handles': Family(['handles_test', 'misuse_test', 'frame_test', 'win32_test', 'queues_test'], [],
+                      failures=('objects',)),
+    'queues': Family(['queues_test'], ['queues'], failures=('objects',)),
+    'files': Family(['files_test'], ['text'], failures=('files',),
                     others=(['files/check_status.sh', 'status_probe_linked', 'status_probe'],)),
 }
 
@@ -92,6 +96,10 @@ class Build:
         self._commands = [[fuzz / f'fuzz_{target}', seeds / target] for target in targets]
         self._commands += [[programs / program, '--gtest_fail_fast', self._without_exceptions()]
                            for program in family.programs]
+        if family.failures:
+            self._programs.append('failing_calls')
+        self._commands += [[tree / 'tests/failures/check_failures.py', group, programs / 'failing_calls']
+                           for group in family.failures]
         for script, *called in family.others:
             self._programs += called
             self._commands.append([tree / 'tests' / script, *(programs / name for name in called)])
