@@ -2,6 +2,7 @@
 // directory.
 #include "tests/failures/calls.h"
 #include "tests/ini/ini_files.h"
+#include <verrick/ini_file_lock.h>
 #include <verrick/verrick.h>
 
 #include <algorithm>
@@ -175,4 +176,16 @@ void LoadLibraries(int) {
     library.Unload();
     Arm(false);
     Say{library.IsLoaded(), library.GetProcedureByName(L"cos") != nullptr, FreeLibrary(module)};
+}
+
+// Another thread or process can lock the file afterwards.
+void LockIniFile(int variant) {
+    auto const mode = variant == 0 ? IniFileLock::Exclusive : IniFileLock::Shared;
+    Arm();
+    {
+        IniFileLock const lock(L"f.ini", mode, 60000);
+        Say{lock.Owns(), lock.Owns() || errno == g_failure.error};
+    }
+    Arm(false);
+    Say{IniFileLock(L"f.ini", IniFileLock::Exclusive, 0).Owns()};
 }
