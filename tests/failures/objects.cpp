@@ -2,10 +2,12 @@
 #include "tests/failures/calls.h"
 #include "tests/support/asleep.h"
 #include <verrick/cpp/handle.h>
+#include <verrick/ini_file_lock.h>
 #include <verrick/verrick.h>
 
 #include <cerrno>
 #include <functional>
+#include <memory>
 #include <thread>
 
 namespace {
@@ -78,6 +80,32 @@ void Wait(int variant) {
     Arm(false);
     signaller.join();
     Say{wait(0)};
+    MsgQDelete(queue);
+}
+
+// Waits that a signal doesn't end: for a critical section, for a full queue, and for the lock of an
+// INI file. The last variant is Sleep, which a signal ends.
+void Block(int variant) {
+    DCriticalSection section;
+    MsgQueue* const queue = MsgQCreate(1, 1);
+    MsgQSend(queue, "x", 1, 0, 0);
+    auto lock = std::make_unique<IniFileLock>(L"f.ini", IniFileLock::Exclusive, INFINITE);
+    std::atomic<bool> isFree{false};
+    section.Enter();
+    std::thread other([&, start = GetTickCount()] {
+        bool const isWaited =
+            variant == 0   ? (section.Enter(), section.Leave(), isFree.load())
+            : variant == 1 ? MsgQSend(queue, "y", 1, INFINITE, 0) == 0 && isFree
+            : variant == 2 ? IniFileLock(L"f.ini", IniFileLock::Shared, INFINITE).Owns() && isFree
+                           : Sleep(60000) == 0 && GetTickCount() - start < 60000;
+        Say{variant, isWaited};
+    });
+    AwaitOthersAsleep();
+    isFree = true;
+    section.Leave();
+    MsgQReceive(queue, nullptr, 0, 0);
+    lock.reset();
+    other.join();
     MsgQDelete(queue);
 }
 
