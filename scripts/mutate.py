@@ -20,6 +20,7 @@ from pathlib import Path
 from mutate_faults import faults_of
 
 LEAST_LIMIT_SECONDS = 10
+MOST_LIMIT_SECONDS = 60  # a busy machine mustn't let a hang last for long
 TIMES_SOUND = 5  # how much longer than in the sound library a test may stay silent
 SOUND_RUNS = 2
 MEMORY_BYTES = 4 << 30
@@ -138,8 +139,8 @@ class Build:
                 failure, silence = self._run(command, None)
                 if failure:
                     sys.exit(f'{command[0].name} {failure} without a fault; mend that first')
-                limit = max(LEAST_LIMIT_SECONDS, TIMES_SOUND * silence)
-                self._limits[index] = max(limit, self._limits[index] or 0)
+                limit = max(LEAST_LIMIT_SECONDS, TIMES_SOUND * silence, self._limits[index] or 0)
+                self._limits[index] = min(limit, MOST_LIMIT_SECONDS)
 
     def failure(self):
         """Returns what a test says of the fault that is in the library now, or None."""

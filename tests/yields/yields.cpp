@@ -14,7 +14,6 @@
 #include <dlfcn.h>
 #include <pthread.h>
 #include <sched.h>
-#include <semaphore.h>
 
 namespace {
 
@@ -71,34 +70,30 @@ auto Between(Call call) {
 
 } // namespace
 
-// The call of this name in the C library, with a turn for others before and after it.
-#define YIELDS_AROUND(name, parameters, arguments)                                                 \
-    extern "C" int name parameters {                                                               \
-        static auto* const next = reinterpret_cast<decltype(&name)>(dlsym(RTLD_NEXT, #name));      \
-        return Between([&] { return next arguments; });                                            \
+// The call of this name in the C library, with a turn for others before and after it. Every
+// argument is passed on as a word of the machine, which is how all targets pass the arguments of
+// these calls.
+#define YIELDS_AROUND(name)                                                                        \
+    extern "C" long Wrapped_##name(long, long, long, long) __asm__(#name);                         \
+    extern "C" long Wrapped_##name(long a, long b, long c, long d) {                               \
+        static auto* const next =                                                                  \
+            reinterpret_cast<long (*)(long, long, long, long)>(dlsym(RTLD_NEXT, #name));           \
+        return Between([&] { return next(a, b, c, d); });                                          \
     }
 
-YIELDS_AROUND(pthread_mutex_lock, (pthread_mutex_t * mutex) noexcept, (mutex))
-YIELDS_AROUND(pthread_mutex_trylock, (pthread_mutex_t * mutex) noexcept, (mutex))
-YIELDS_AROUND(pthread_mutex_unlock, (pthread_mutex_t * mutex) noexcept, (mutex))
-YIELDS_AROUND(pthread_cond_signal, (pthread_cond_t * condition) noexcept, (condition))
-YIELDS_AROUND(pthread_cond_broadcast, (pthread_cond_t * condition) noexcept, (condition))
-YIELDS_AROUND(pthread_cond_wait, (pthread_cond_t * condition, pthread_mutex_t* mutex),
-              (condition, mutex))
-YIELDS_AROUND(pthread_cond_timedwait,
-              (pthread_cond_t * condition, pthread_mutex_t* mutex, timespec const* deadline),
-              (condition, mutex, deadline))
-YIELDS_AROUND(pthread_create,
-              (pthread_t * thread, pthread_attr_t const* attributes, void* (*entry)(void*),
-               void* argument) noexcept,
-              (thread, attributes, entry, argument))
-YIELDS_AROUND(pthread_join, (pthread_t thread, void** value), (thread, value))
-YIELDS_AROUND(pthread_timedjoin_np, (pthread_t thread, void** value, timespec const* deadline),
-              (thread, value, deadline))
-YIELDS_AROUND(pthread_detach, (pthread_t thread) noexcept, (thread))
-YIELDS_AROUND(sem_post, (sem_t * semaphore) noexcept, (semaphore))
-YIELDS_AROUND(sem_wait, (sem_t * semaphore), (semaphore))
-YIELDS_AROUND(sem_trywait, (sem_t * semaphore) noexcept, (semaphore))
-YIELDS_AROUND(sem_clockwait, (sem_t * semaphore, clockid_t clock, timespec const* deadline),
-              (semaphore, clock, deadline))
-YIELDS_AROUND(sem_timedwait, (sem_t * semaphore, timespec const* deadline), (semaphore, deadline))
+YIELDS_AROUND(pthread_mutex_lock)
+YIELDS_AROUND(pthread_mutex_trylock)
+YIELDS_AROUND(pthread_mutex_unlock)
+YIELDS_AROUND(pthread_cond_signal)
+YIELDS_AROUND(pthread_cond_broadcast)
+YIELDS_AROUND(pthread_cond_wait)
+YIELDS_AROUND(pthread_cond_timedwait)
+YIELDS_AROUND(pthread_create)
+YIELDS_AROUND(pthread_join)
+YIELDS_AROUND(pthread_timedjoin_np)
+YIELDS_AROUND(pthread_detach)
+YIELDS_AROUND(sem_post)
+YIELDS_AROUND(sem_wait)
+YIELDS_AROUND(sem_trywait)
+YIELDS_AROUND(sem_clockwait)
+YIELDS_AROUND(sem_timedwait)
