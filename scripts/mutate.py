@@ -1,8 +1,10 @@
 """The work of scripts/mutate: tries each fault on a copy of the tree.
 
-Usage: mutate.py FAMILY COUNT SEED BUILD...    COUNT 0: all faults. BUILD: see BUILDS; a fault that the
-tests of one don't notice is tried in the next. Standard input has the names of the tree's files, with a
-zero byte after each.
+Usage: mutate.py FAMILY FILE COUNT SEED BUILD...
+
+FILE: the only source that gets faults, or nothing. COUNT 0: all faults. BUILD: see BUILDS; a fault that the
+tests of one don't notice is tried in the next. Standard input has the names of the tree's files, with a zero
+byte after each.
 """
 
 import os
@@ -43,7 +45,7 @@ class Family:
 
 
 FAMILIES = {
-    'strings': Family(['strings_test', 'ini_test', 'files_test'], ['text']),
+    'strings': Family(['strings_test', 'ini_test', 'files_test'], ['text', 'ini']),
     'frame': Family(['frame_test', 'misuse_test', 'time_test', 'handles_test', 'queues_test',
                      'threads_test'], [], failures=('objects', 'threads')),
     'threads': Family(['threads_test', 'time_test', 'timer_clock_test', 'unload_test'], ['timers'],
@@ -270,7 +272,8 @@ def try_fault(fault, copy, builds):
 
 
 def main():
-    name, count, seed, build_names = sys.argv[1], int(sys.argv[2]), int(sys.argv[3]), sys.argv[4:]
+    name, file, count, seed, *build_names = sys.argv[1:]
+    count, seed = int(count), int(seed)
     family = FAMILIES[name]
     names = [file for file in sys.stdin.read().split('\0') if file and Path(file).is_file()]
     folder = Path('build/mutate').absolute() / name
@@ -284,7 +287,7 @@ def main():
     for fault in faults:
         if fault.key in equivalent:
             equivalent[fault.key] = True
-    faults = [fault for fault in faults if fault.key not in equivalent]
+    faults = [fault for fault in faults if fault.key not in equivalent and file in ('', fault.file)]
     print(f'{name}: {len(faults)} faults, besides {sum(equivalent.values())} that no caller can see',
           flush=True)
     if count:
