@@ -29,12 +29,12 @@ Narrowed Narrow(char* destination, std::size_t room, wchar_t const* source) {
         std::size_t const converted =
             std::wcsrtombs(destination + bytes, &rest, room - 1 - bytes, &state);
         if (converted == kConversionFault) {
-            return {false, false, 0};
+            return {false, false};
         }
         bytes += converted;
     }
     destination[bytes] = '\0';
-    return {true, rest == nullptr || *rest == L'\0', bytes};
+    return {true, rest == nullptr || *rest == L'\0'};
 }
 
 bool NarrowName(char* destination, std::size_t size, wchar_t const* name) {
@@ -71,7 +71,7 @@ void WidenUpToFault(wchar_t* destination, std::size_t size, char const* text) {
     destination[count] = L'\0';
 }
 
-NarrowText::NarrowText(wchar_t const* text) : m_length(0) {
+NarrowText::NarrowText(wchar_t const* text) {
     if (text == nullptr) {
         return;
     }
@@ -80,7 +80,7 @@ NarrowText::NarrowText(wchar_t const* text) : m_length(0) {
     std::size_t const bytes = std::wcsrtombs(nullptr, &rest, 0, &state);
     if (bytes != kConversionFault) {
         m_text = std::make_unique_for_overwrite<char[]>(bytes + 1);
-        m_length = Narrow(m_text.get(), bytes + 1, text).bytes;
+        Narrow(m_text.get(), bytes + 1, text);
     }
 }
 

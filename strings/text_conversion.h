@@ -21,9 +21,8 @@ constexpr bool IsPlain(Character character) {
 }
 
 struct Narrowed {
-    bool converted;    // the locale has every character
-    bool whole;        // converted, and nothing was cut
-    std::size_t bytes; // bytes in the destination, without the terminator
+    bool converted; // the locale has every character
+    bool whole;     // converted, and nothing was cut
 };
 
 // Converts as many whole characters of source as fit into room bytes, and terminates them. room is
@@ -57,12 +56,8 @@ public:
     // Returns the terminated text, which this object owns, or null if there is none.
     char const* Get() const { return m_text.get(); }
 
-    // Returns the bytes of the text without the terminator, 0 if there is none.
-    std::size_t Length() const { return m_length; }
-
 private:
     std::unique_ptr<char[]> m_text;
-    std::size_t m_length;
 };
 
 } // namespace verrick
