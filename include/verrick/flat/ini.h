@@ -56,14 +56,15 @@ VERRICK_API int AsciiToMBS(wchar_t* destination, char const* source, unsigned in
 /**
  * Reads one whole line and stores its first size - 1 bytes, terminated, without the line end (LF or
  * CR LF). The rest of a longer line is lost: unlike with fgets, the next call starts at the next
- * line. A zero byte ends the text of its line.
+ * line. A zero byte ends the text of its line. The end of the file ends a line, and so does a read
+ * error: the text before it is returned.
  *
  * @param buffer the caller's.
  * @param size bytes of buffer, at least 1.
  * @param stream the caller's, used by one thread at a time.
  *
- * Returns buffer. Returns null and leaves buffer alone at the end of the file, on a read error, for
- * a null argument and for a size of 0. Blocks on the stream.
+ * Returns buffer. Returns null and leaves buffer alone at the end of the file, on a read error
+ * before the first byte of a line, for a null argument and for a size of 0. Blocks on the stream.
  */
 VERRICK_API char* myfgets(char* buffer, unsigned int size, FILE* stream);
 
