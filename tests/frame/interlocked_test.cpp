@@ -1,7 +1,9 @@
+#include <verrick/frame.h>
 #include <verrick/interlocked.h>
 
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <thread>
 
 TEST(Interlocked, ReturnsTheNewValueExceptForExchange) {
@@ -11,6 +13,21 @@ TEST(Interlocked, ReturnsTheNewValueExceptForExchange) {
     EXPECT_EQ(InterlockedIncrement(&word), 0);
     EXPECT_EQ(InterlockedDecrement(&word), -1);
     EXPECT_EQ(xchg_u32(&word, 9UL), 0xFFFFFFFFUL);
+}
+
+TEST(Interlocked, ValuesReturnTheNewOneAndWrap) {
+    DInterlockedValue value(INT_MAX);
+    EXPECT_EQ(value.Increment(), INT_MIN);
+    EXPECT_EQ(value.Add(-2), INT_MAX - 1);
+    EXPECT_EQ(value.SetValue(5), 5);
+    EXPECT_EQ(value.Decrement(), 4);
+    EXPECT_EQ(value.GetValue(), 4);
+}
+
+TEST(Version, IsFiveBytes) {
+    char version[] = "-------";
+    GetDLLVersion(version);
+    EXPECT_EQ(std::string(version, 6), std::string("2.00\0-", 6));
 }
 
 TEST(Interlocked, ExactlyOneThreadTakesTheWordToZero) {

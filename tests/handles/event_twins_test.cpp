@@ -6,31 +6,45 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <cstdlib>
+#include <dlfcn.h>
 #include <functional>
+#include <future>
 #include <thread>
 #include <utility>
 
 #include "tests/support/asleep.h"
 
-// Called once instead of the next timed wait, which ends with its time then.
-static std::function<void()> g_insteadOfWait;
+// Called once instead of the next timed wait, which ends with its time then. Gets the event's mutex,
+// which is locked.
+static std::function<void(pthread_mutex_t*)> g_insteadOfWait;
 
 extern "C" int pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex,
                                       timespec const* deadline) {
     if (auto const instead = std::exchange(g_insteadOfWait, nullptr)) {
-        pthread_mutex_unlock(mutex);
-        instead();
-        pthread_mutex_lock(mutex);
+        instead(mutex);
         pthread_testcancel();
         return ETIMEDOUT;
     }
     return pthread_cond_clockwait(condition, mutex, CLOCK_REALTIME, deadline);
 }
 
+// Called once after the next signal to a condition, inside that call.
+static std::function<void()> g_afterWakeUp;
+
+extern "C" int pthread_cond_signal(pthread_cond_t* condition) noexcept {
+    static auto* const real =
+        reinterpret_cast<int (*)(pthread_cond_t*)>(dlsym(RTLD_NEXT, "pthread_cond_signal"));
+    int const error = real(condition);
+    if (auto const after = std::exchange(g_afterWakeUp, nullptr)) {
+        after();
+    }
+    return error;
+}
+
 // Outside of a namespace, because their names become part of the tests' names.
 
 struct ObjectEvent {
+    static constexpr int kFarMs = 60000;
     explicit ObjectEvent(bool autoReset = true) : event(false, autoReset) {}
     void Signal() { event.Signal(); }
     void Reset() { event.Reset(); }
@@ -40,6 +54,7 @@ struct ObjectEvent {
 };
 
 struct HandleEvent {
+    static constexpr int kFarMs = -2000; // unsigned
     explicit HandleEvent(bool autoReset = true) : event(0, autoReset ? 0 : 1) {}
     ~HandleEvent() { event.CloseHandle(); }
     void Signal() { EXPECT_EQ(SetEvent(&event), 1); }
@@ -67,11 +82,19 @@ struct HandleSemaphore {
 
 namespace {
 
+// Lets go of a mutex for a scope.
+struct Unlocked {
+    explicit Unlocked(pthread_mutex_t* held) : mutex(held) { pthread_mutex_unlock(mutex); }
+    ~Unlocked() { pthread_mutex_lock(mutex); }
+
+    pthread_mutex_t* const mutex;
+};
+
 // Threads that wait on the event, which all will be let through by its end at the latest.
 template<class Event>
 struct BlockedThreads {
     explicit BlockedThreads(Event& event) {
-        for (int const timeoutMs : {-1, 60000, -1}) {
+        for (int const timeoutMs : {-1, Event::kFarMs, -1}) {
             threads.emplace_back([this, &event, timeoutMs] {
                 EXPECT_TRUE(event.Wait(timeoutMs));
                 ++freed;
@@ -109,10 +132,8 @@ TYPED_TEST(EventTwins, FreeOneBlockedThreadOrAllWithASignalAndTheRestAtTheirEnd)
     }
 }
 
-// VERRICK_HANDOFFS sets how many times.
 TYPED_TEST(HandOff, LosesNoSignalAndShowsWhatWasWrittenBeforeIt) {
-    char const* const text = std::getenv("VERRICK_HANDOFFS");
-    int const rounds = text != nullptr ? std::atoi(text) : 50000;
+    constexpr int rounds = 50000;
     TypeParam filled;
     TypeParam emptied;
     int slot = 0;
@@ -133,21 +154,82 @@ TYPED_TEST(HandOff, LosesNoSignalAndShowsWhatWasWrittenBeforeIt) {
     writer.join();
 }
 
-TYPED_TEST(EventTwins, AWaiterMayEndTheEventThatHasJustLetItThrough) {
-    for (int round = 0; round < 300; ++round) {
+// The second signal is lost, because the waiter that it would be for has one already.
+TYPED_TEST(EventTwins, AWaiterWhoseTimeRunsOutAtTheMomentOfASignalHasIt) {
+    TypeParam event;
+    g_insteadOfWait = [&](pthread_mutex_t* mutex) {
+        Unlocked const unlocked(mutex);
+        event.Signal();
+        event.Signal();
+    };
+    EXPECT_TRUE(event.Wait(1000));
+    EXPECT_FALSE(event.Wait(0));
+}
+
+TYPED_TEST(EventTwins, ASignalThatFindsItsWaiterGoneIsKept) {
+    TypeParam event;
+    std::thread signaller;
+    g_insteadOfWait = [&](pthread_mutex_t*) { // the waiter leaves before the mutex is free
+        signaller = std::thread([&] { event.Signal(); });
+        AwaitOthersAsleep();
+    };
+    EXPECT_FALSE(event.Wait(1000));
+    signaller.join();
+    EXPECT_TRUE(event.Wait(0));
+}
+
+// Whether the waiter is woken, or its time runs out meanwhile.
+TYPED_TEST(EventTwins, AWaiterMayEndTheEventWhileTheSignalThatLetItThroughIsUnderWay) {
+    for (int const timeoutMs : {-1, 1000}) {
         auto* const event = new TypeParam;
-        std::thread signaller([event] { event->Signal(); });
-        EXPECT_TRUE(event->Wait(-1));
+        std::atomic<bool> isUnderWay = false;
+        std::atomic<bool> isOver = false;
+        g_afterWakeUp = [&] {
+            isUnderWay = true;
+            isUnderWay.notify_all();
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+            isOver = true;
+        };
+        g_insteadOfWait = [&](pthread_mutex_t* mutex) {
+            Unlocked const unlocked(mutex);
+            isUnderWay.wait(false);
+        };
+        std::jthread const signaller([&] {
+            AwaitOthersAsleep();
+            event->Signal();
+        });
+        EXPECT_TRUE(event->Wait(timeoutMs));
         delete event;
-        signaller.join();
+        EXPECT_TRUE(isOver);
     }
 }
 
-TYPED_TEST(EventTwins, AWaiterWhoseTimeRunsOutAtTheMomentOfASignalHasIt) {
-    TypeParam event;
-    g_insteadOfWait = [&] { event.Signal(); };
-    EXPECT_TRUE(event.Wait(1000));
-    EXPECT_FALSE(event.Wait(0));
+TYPED_TEST(EventTwins, TheEndFreesThreadsThatAreStillOnTheirWayIntoTheWait) {
+    auto* const event = new TypeParam;
+    std::thread destroyer;
+    g_insteadOfWait = [&](pthread_mutex_t* mutex) {
+        destroyer = std::thread([&] { delete event; });
+        AwaitOthersAsleep();
+        auto late = std::async(std::launch::async, [&] { return event->Wait(-1); });
+        AwaitOthersAsleep(); // it found no end begun, and waits for the mutex, too
+        Unlocked const unlocked(mutex);
+        late.wait();
+    };
+    EXPECT_TRUE(event->Wait(20000));
+    destroyer.join();
+}
+
+TEST(EventHandle, OfTwoClosesAtTheSameTimeOneEndsTheEvent) {
+    XEvent event(0, 0);
+    std::future<int> closes[2];
+    g_insteadOfWait = [&](pthread_mutex_t*) {
+        for (auto& close : closes) {
+            close = std::async(std::launch::async, &XEvent::CloseHandle, &event);
+        }
+        AwaitOthersAsleep(); // both wait for the mutex
+    };
+    EXPECT_EQ(event.WaitForSingleObject(1000), WAIT_TIMEOUT);
+    EXPECT_NE(closes[0].get(), closes[1].get());
 }
 
 TEST(EventHandle, APulseFreesOneBlockedThreadOfEitherKindAndLeavesTheEventUnsignalled) {
@@ -171,7 +253,8 @@ TYPED_TEST(EventTwins, ACancelledWaiterPutsBackASignalThatNobodyElseWillHave) {
     for (bool const isReset : {false, true}) {
         TypeParam event;
         std::thread waiter([&] {
-            g_insteadOfWait = [&] {
+            g_insteadOfWait = [&](pthread_mutex_t* mutex) {
+                Unlocked const unlocked(mutex);
                 event.Signal();
                 if (isReset) {
                     event.Reset(); // then there is none to put back
