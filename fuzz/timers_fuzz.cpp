@@ -20,6 +20,7 @@ constexpr unsigned int kRow = 260; // timers at once: more than the pool can tak
 int g_ticks = 0; // still to come in this Run of the engine
 struct EndOfRun {};
 std::size_t g_stackBytes = 0; // of all threads
+int g_sleptMs = 0;
 
 } // namespace
 
@@ -29,7 +30,9 @@ int DTimeManagerImplCallouts__CreatePeriodicTimer(void** /*timer*/) {
 
 void DTimeManagerImplCallouts__DestroyPeriodicTimer(void** /*timer*/) {}
 
-void DTimeManagerImplCallouts__Sleep(void* /*timer*/, int /*ms*/) {}
+void DTimeManagerImplCallouts__Sleep(void* /*timer*/, int ms) {
+    g_sleptMs = ms;
+}
 
 // Fails once after the last tick. That is no tick.
 bool DTimeManagerImplCallouts__WaitForTimerExpiration(void* /*timer*/) {
@@ -145,6 +148,11 @@ struct Machine : Model {
         AGREE(m_engine.GetPriority() == 7 && m_dispatch.GetPriority() == 99);
         AGREE(g_stackBytes == 2 * 8196);
         g_stackBytes = 0;
+        m_service.Sleep(5);
+        AGREE(g_sleptMs == 5);
+        m_dispatch.Enqueue(nullptr, UINT_MAX);
+        DTimerDispatch::Parts::WakeUp(m_dispatch); // for nothing
+        AGREE(m_dispatch.m_queueEvent.Wait(0) == WAIT_RESULT_TIMEOUT);
         m_dispatch.Enqueue(&m_listeners[0], UINT_MAX);
         queue.emplace_back(&m_listeners[0], UINT_MAX);
         isAwake = true;
@@ -154,6 +162,7 @@ struct Machine : Model {
         constexpr void (Machine::*steps[])() = {&Machine::Tick, &Machine::Deliver,
                                                 &Machine::Operate, &Machine::Operate};
         (this->*steps[m_input.Below(4)])();
+        AGREE(m_service.GetResolution() == m_engine.m_resolution);
         AGREE(m_service.GetTickCount() == static_cast<std::uint32_t>(nowMs));
         AGREE(m_dispatch.m_queue.Size() == queue.size());
         AGREE((m_dispatch.m_queueEvent.Wait(0) == WAIT_RESULT_OK) == isAwake);
@@ -238,13 +247,15 @@ struct Machine : Model {
         }
     }
 
-    static void CompareList(DList& list, std::map<Place, Timer*> const& timers) {
-        AGREE(list.Size() == timers.size());
+    void CompareList(DList& list, std::map<Place, Timer*> const& expected) {
+        AGREE(list.Size() == expected.size());
+        AGREE(!m_engine.AlreadyPresentInList(list, nullptr, 0));
         DListItem* at = nullptr;
-        for (auto const& [place, timer] : timers) {
+        for (auto const& [place, timer] : expected) {
             at = list.Next(at);
             auto const& item = static_cast<DTimeManagerImpl::TimeListItem&>(*at);
             AGREE(timer->name == Name(item.m_listener, item.m_id));
+            AGREE(m_engine.RetrieveMatchingItem(list, item.m_listener, item.m_id) == at);
             AGREE(item.m_period == timer->periodMs && item.m_repeat == timer->repeats);
             AGREE(item.m_expiry == static_cast<std::uint32_t>(timer->dueMs));
         }

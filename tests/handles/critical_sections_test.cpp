@@ -1,5 +1,5 @@
 #include <verrick/critical_section.h>
-#include <verrick/flat_critical_section.h>
+#include <verrick/win32.h>
 
 #include <gtest/gtest.h>
 
@@ -30,10 +30,15 @@ TEST(CriticalSectionTwins, DifferInTryingInNullAndInTheComplaintAboutAFailedLeav
     LeaveCriticalSection(&section);
     EXPECT_EQ(TryEnterCriticalSection(&section), 1);
     LeaveCriticalSection(&section);
+    RECURSIVE_SECTION nesting;
+    InitializeRecursiveSection(&nesting);
+    LeaveRecursiveSection(&nesting);
+    DeleteRecursiveSection(&nesting);
     InitializeCriticalSection(nullptr);
     EnterCriticalSection(nullptr);
     DeleteCriticalSection(nullptr);
     DeleteCriticalSection(&section);
     EXPECT_EQ(testing::internal::GetCapturedStdout(),
-              "pthread_mutex_unlock failed..\npthread_mutex_unlock failed..\n");
+              "pthread_mutex_unlock failed..\npthread_mutex_unlock failed..\n"
+              "pthread_mutex_unlock failed..\n");
 }
