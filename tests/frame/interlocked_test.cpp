@@ -25,9 +25,9 @@ TEST(Interlocked, ValuesReturnTheNewOneAndWrap) {
 }
 
 TEST(Version, IsFiveBytes) {
-    char version[] = "-------";
-    GetDLLVersion(version);
-    EXPECT_EQ(std::string(version, 6), std::string("2.00\0-", 6));
+    std::string version = "------";
+    GetDLLVersion(version.data());
+    EXPECT_EQ(version, std::string("2.00\0-", 6));
 }
 
 TEST(Interlocked, ExactlyOneThreadTakesTheWordToZero) {
@@ -40,9 +40,10 @@ TEST(Interlocked, ExactlyOneThreadTakesTheWordToZero) {
             atomic_int_add(&zeros, i % 2 == 0 ? atomic_int_dec_and_test(&word) : 0);
         }
     };
-    std::thread other(count);
-    count();
-    other.join();
+    {
+        std::jthread const other(count);
+        count();
+    }
     EXPECT_EQ(word.m_value, 0);
     EXPECT_EQ(zeros.m_value, 1);
 }
