@@ -103,6 +103,7 @@ TYPED_TEST(EventTwins, FreeOneBlockedThreadOrAllWithASignalAndTheRestAtTheirEnd)
         auto* const event = new TypeParam(autoReset);
         BlockedThreads const waiters(*event);
         event->Signal();
+        EXPECT_EQ(event->Wait(0), !autoReset);
         event->Reset(); // holds up nobody who was waiting
         AwaitOthersAsleep();
         EXPECT_EQ(waiters.freed, autoReset ? 1 : 3);
@@ -154,6 +155,7 @@ TYPED_TEST(EventTwins, AWaiterMayEndTheEventWhileTheSignalThatLetItThroughIsUnde
         });
         EXPECT_TRUE(event->Wait(timeoutMs));
         EXPECT_EQ(slot, 1);
+        EXPECT_TRUE(isOver || timeoutMs == -1);
         EXPECT_FALSE(event->Wait(0));
         delete event;
         EXPECT_TRUE(isOver);
