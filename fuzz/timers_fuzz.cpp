@@ -166,8 +166,8 @@ struct Machine : Model {
     void Step() {
         constexpr void (Machine::*steps[])() = {&Machine::Tick, &Machine::Deliver,
                                                 &Machine::Operate, &Machine::Operate};
-        unsigned int const choice = m_input.Below(4);
-        (this->*steps[wakeUps < 0 || choice > 0 ? choice : 1])();
+        unsigned int const first = wakeUps < 0 ? 0 : 1;
+        (this->*steps[std::max(first, m_input.Below(4))])();
         AGREE(m_service.GetResolution() == m_engine.m_resolution);
         AGREE(m_service.GetTickCount() == static_cast<std::uint32_t>(nowMs));
         AGREE(m_dispatch.m_queue.Size() == queue.size());

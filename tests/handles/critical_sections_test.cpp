@@ -9,8 +9,8 @@ TEST(CriticalSectionTwins, DoNotNestAndDifferInNullAndInTheComplaintAboutAFailed
     CRITICAL_SECTION section;
     InitializeCriticalSection(&section);
     testing::internal::CaptureStdout();
+    DCriticalSection().Leave(); // says nothing
     DCriticalSection object;
-    object.Leave(); // says nothing
     object.Enter();
     object.Enter(); // doesn't count
     std::thread([&] { object.Leave(); }).join();

@@ -177,19 +177,6 @@ TYPED_TEST(EventTwins, TheEndFreesThreadsThatAreStillOnTheirWayIntoTheWait) {
     destroyer.join();
 }
 
-TEST(EventHandle, OfTwoClosesAtTheSameTimeOneEndsTheEvent) {
-    XEvent event(0, 0);
-    std::future<int> closes[2];
-    g_insteadOfWait = [&](pthread_mutex_t*) {
-        for (auto& close : closes) {
-            close = std::async(std::launch::async, &XEvent::CloseHandle, &event);
-        }
-        AwaitOthersAsleep(); // both wait for the mutex
-    };
-    EXPECT_EQ(event.WaitForSingleObject(1000), WAIT_TIMEOUT);
-    EXPECT_NE(closes[0].get(), closes[1].get());
-}
-
 TEST(EventHandle, APulseFreesOneBlockedThreadOfEitherKindAndLeavesTheEventUnsignalled) {
     for (bool const autoReset : {true, false}) {
         HandleEvent event(autoReset);

@@ -163,19 +163,6 @@ TEST(Thread, KillLetsOneInRunGoOnWithoutItsObject) {
     }
 }
 
-TEST(Thread, DoesNotEndWhileItsPriorityIsBeingChanged) {
-    Gate gate;
-    Thread thread([&] { gate.Pass(); });
-    thread.Start();
-    auto join = WaitFor(thread, -1);
-    g_beforePriority = [&] {
-        gate.Open();
-        EXPECT_FALSE(IsOver(join));
-    };
-    thread.SetPriority(1);
-    EXPECT_EQ(join.get(), WAIT_RESULT_OK);
-}
-
 TEST(Thread, RunMayEndItsThreadAndThenAChangeOfPriorityLeavesItAlone) {
     Thread thread([] { pthread_exit(nullptr); });
     thread.Start();
