@@ -185,8 +185,8 @@ private:
         }
     }
 
-    // Ends the wait of a cancelled thread, under the mutex. A thread that gets its signal came while
-    // it waited, and so has a condition of its own.
+    // Ends the wait of a cancelled thread, under the mutex. A thread that gets its signal came
+    // while it waited, and so has a condition of its own.
     void Abandon(Waiter& cancelled) const {
         if (EventWaiter* const next = this->AbandonWait(cancelled)) {
             TryWake(*next);

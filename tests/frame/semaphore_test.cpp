@@ -15,7 +15,7 @@ namespace {
 
 std::atomic<int> g_posts{0};
 std::atomic<int> g_ended{0}; // semaphores
-void* g_page = nullptr; // is unmapped after the next post
+void* g_page = nullptr;      // is unmapped after the next post
 
 } // namespace
 

@@ -13,8 +13,8 @@
 
 #include "tests/support/asleep.h"
 
-// Called once instead of the next timed wait, which ends with its time then. Gets the event's mutex,
-// which is locked.
+// Called once instead of the next timed wait, which ends with its time then. Gets the event's
+// mutex, which is locked.
 static std::function<void(pthread_mutex_t*)> g_insteadOfWait;
 
 extern "C" int pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex,

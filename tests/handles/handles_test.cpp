@@ -22,7 +22,8 @@ TEST(EventHandle, IsDeletedByTheCloseThatEndsItAndByNoOther) {
     delete event;
     EXPECT_EQ(CloseHandle(static_cast<XHandleObject*>(new Event(0, 0))), 1);
     EXPECT_EQ(deleted, 2);
-    EXPECT_EQ(Event(INT_MIN, 0).WaitForSingleObject(0), WAIT_OBJECT_0); // any value but 0 is a signal
+    EXPECT_EQ(Event(INT_MIN, 0).WaitForSingleObject(0),
+              WAIT_OBJECT_0); // any value but 0 is a signal
 }
 
 TEST(Handle, OfNoneOrOfTheWrongKindIsRefused) {

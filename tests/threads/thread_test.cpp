@@ -122,7 +122,8 @@ TEST(Thread, DestructionWaitsForOneOnItsWayToRunWhichNeverGetsThere) {
 TEST(Thread, TwoKillsOfAParkedOneBothReturnAfterItsEnd) {
     Gate gate;
     auto const thread = HeldInside(gate);
-    std::future<void> const kills[] = {Call([&] { thread->Kill(); }), Call([&] { thread->Kill(); })};
+    std::future<void> const kills[] = {Call([&] { thread->Kill(); }),
+                                       Call([&] { thread->Kill(); })};
     thread->Start(); // too late
     for (auto const& kill : kills) {
         EXPECT_FALSE(IsOver(kill));

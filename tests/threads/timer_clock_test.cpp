@@ -43,6 +43,7 @@ TEST(TimerClock, DestroyInstanceWaitsForTheTickUnderWayAndForTheDispatcher) {
         DMonitor const queue(engine.m_dispatch->m_csQueue);
         delete std::exchange(engine.m_dispatch->m_queueEvent.m_impl, new SlowEvent);
     };
+    AwaitOthersAsleep();
     auto const end = std::async(std::launch::async, DTimeManager::DestroyInstance);
     EXPECT_FALSE(IsOver(end));
     engine.m_dispatch->Enqueue(&listener, 1);

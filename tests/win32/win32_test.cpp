@@ -132,12 +132,11 @@ TEST(Win32, WaitForAThreadCoversTheEndOfItsLocalStorage) {
 }
 
 TEST(Win32, ThreadRunsOnWithoutItsHandle) {
-    HANDLE const ran = CreateEvent(NULL, FALSE, FALSE, NULL);
+    ResetEvent(g_go);
     SIZE_T const stack = 1 << 20;
     auto const routine = [](LPVOID event) -> DWORD { return static_cast<DWORD>(SetEvent(event)); };
-    CloseHandle(CreateThread(NULL, stack, routine, ran, STACK_SIZE_PARAM_IS_A_RESERVATION, NULL));
-    EXPECT_EQ(WaitForSingleObject(ran, INFINITE), WAIT_OBJECT_0);
-    std::thread(ExitThread, 7U).join(); // nobody gets the code
+    CloseHandle(CreateThread(NULL, stack, routine, g_go, STACK_SIZE_PARAM_IS_A_RESERVATION, NULL));
+    EXPECT_EQ(WaitForSingleObject(g_go, INFINITE), WAIT_OBJECT_0);
 }
 
 TEST(Win32, WrongArgumentsAreRefused) {
