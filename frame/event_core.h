@@ -185,11 +185,11 @@ private:
         }
     }
 
-    // Ends the wait of a cancelled thread, under the mutex.
+    // Ends the wait of a cancelled thread, under the mutex. A thread that gets its signal came
+    // while it waited, and so has a condition of its own.
     void Abandon(Waiter& cancelled) const {
-        EventWaiter* const next = this->AbandonWait(cancelled);
-        if (next != nullptr && !TryWake(*next)) {
-            pthread_cond_signal(&this->Condition());
+        if (EventWaiter* const next = this->AbandonWait(cancelled)) {
+            TryWake(*next);
         }
     }
 

@@ -10,6 +10,7 @@
 #include <ctime>
 #include <deque>
 #include <map>
+#include <utility>
 
 namespace {
 
@@ -20,6 +21,7 @@ constexpr unsigned int kRow = 260; // timers at once: more than the pool can tak
 int g_ticks = 0; // still to come in this Run of the engine
 struct EndOfRun {};
 std::size_t g_stackBytes = 0; // of all threads
+int g_sleptMs = 0;
 
 } // namespace
 
@@ -29,14 +31,8 @@ int DTimeManagerImplCallouts__CreatePeriodicTimer(void** /*timer*/) {
 
 void DTimeManagerImplCallouts__DestroyPeriodicTimer(void** /*timer*/) {}
 
-void DTimeManagerImplCallouts__Sleep(void* /*timer*/, int /*ms*/) {}
-
-// Fails once after the last tick. That is no tick.
-bool DTimeManagerImplCallouts__WaitForTimerExpiration(void* /*timer*/) {
-    if (g_ticks < 0) {
-        throw EndOfRun();
-    }
-    return g_ticks-- > 0;
+void DTimeManagerImplCallouts__Sleep(void* /*timer*/, int ms) {
+    g_sleptMs = ms;
 }
 
 extern "C" time_t time(time_t* /*now*/) noexcept {
@@ -71,6 +67,7 @@ struct Timer {
     std::int64_t dueMs;
     bool isArmed = false;
     Place place = {};
+    long armedInTick = 0;
 };
 
 // What the operations are promised to do.
@@ -80,6 +77,7 @@ struct Model {
         lists[timer.isArmed].erase(timer.place);
         ++moves;
         timer.isArmed = isArmed;
+        timer.armedInTick = ticks;
         timer.place = isArmed ? Place(timer.dueMs, -moves) : Place(0, moves);
         lists[isArmed][timer.place] = &timer;
     }
@@ -114,22 +112,30 @@ struct Model {
         return true;
     }
 
-    void Expire(unsigned int tickMs) {
-        nowMs += tickMs;
-        while (!lists[true].empty() && lists[true].begin()->first.first <= nowMs) {
-            Timer& timer = *lists[true].begin()->second;
-            if (queue.size() + (isDelivering ? 1 : 0) < kPoolSize) {
-                queue.push_back(timer.name);
+    // A step of a tick. A timer that is armed during the tick waits for the next. Returns whether
+    // there may be more.
+    bool ExpireSome() {
+        int expired = 0;
+        for (auto at = lists[true].begin();
+             at != lists[true].end() && at->first.first <= nowMs && expired < 256;) {
+            Timer& timer = *at++->second;
+            if (timer.armedInTick != ticks) {
+                ++expired;
+                if (queue.size() + (isDelivering ? 1 : 0) < kPoolSize) {
+                    queue.push_back(timer.name);
+                }
+                timer.dueMs = timer.repeats ? nowMs + timer.periodMs : timer.dueMs;
+                List(timer, timer.repeats);
             }
-            timer.dueMs = timer.repeats ? nowMs + timer.periodMs : timer.dueMs;
-            List(timer, timer.repeats);
         }
-        isAwake = isAwake || !queue.empty();
+        return expired == 256;
     }
 
     std::map<Name, Timer> timers;
     std::map<Place, Timer*> lists[2]; // of those not armed and of the armed ones
     long moves = 0;
+    long ticks = 0;
+    int wakeUps = -1; // in this tick; -1 between the ticks
     std::int64_t nowMs = 0;
     std::deque<Name> queue;
     bool isDelivering = false; // which takes an entry of the pool
@@ -145,6 +151,13 @@ struct Machine : Model {
         AGREE(m_engine.GetPriority() == 7 && m_dispatch.GetPriority() == 99);
         AGREE(g_stackBytes == 2 * 8196);
         g_stackBytes = 0;
+        m_service.Sleep(5);
+        AGREE(g_sleptMs == 5);
+        m_dispatch.Enqueue(nullptr, UINT_MAX);
+        DTimerDispatch::Parts::WakeUp(m_dispatch); // for nothing
+        AGREE(m_dispatch.m_queueEvent.Wait(0) == WAIT_RESULT_TIMEOUT);
+        m_engine.m_periodicTimer = this;
+        delete std::exchange(m_dispatch.m_queueEvent.m_impl, new Event(*this));
         m_dispatch.Enqueue(&m_listeners[0], UINT_MAX);
         queue.emplace_back(&m_listeners[0], UINT_MAX);
         isAwake = true;
@@ -153,28 +166,50 @@ struct Machine : Model {
     void Step() {
         constexpr void (Machine::*steps[])() = {&Machine::Tick, &Machine::Deliver,
                                                 &Machine::Operate, &Machine::Operate};
-        (this->*steps[m_input.Below(4)])();
+        unsigned int const first = wakeUps < 0 ? 0 : 1;
+        (this->*steps[std::max(first, m_input.Below(4))])();
+        AGREE(m_service.GetResolution() == m_engine.m_resolution);
         AGREE(m_service.GetTickCount() == static_cast<std::uint32_t>(nowMs));
         AGREE(m_dispatch.m_queue.Size() == queue.size());
         AGREE((m_dispatch.m_queueEvent.Wait(0) == WAIT_RESULT_OK) == isAwake);
-        if (timers.size() <= 32 || m_input.IsEmpty()) { // long lists take time
+        if (wakeUps < 0 && (timers.size() <= 32 || m_input.IsEmpty())) { // long lists take time
             CompareList(m_engine.m_activeList, lists[true]);
             CompareList(m_engine.m_inactiveList, lists[false]);
         }
     }
 
-    // A tick may have any length here, so that any age is near.
+    // A tick may have any length here, so that any age is near. It may stop at each wake-up of the
+    // dispatcher, and others take steps meanwhile.
     void Tick() {
         constexpr unsigned int lengthsMs[] = {10, 10, 10, 10, 0, 1, 1000, 1U << 30, UINT_MAX};
         m_engine.m_resolution = lengthsMs[m_input.Below(9)];
-        g_ticks = static_cast<int>(m_input.Below(6));
-        for (int i = 0; i < g_ticks; ++i) {
-            Expire(m_engine.m_resolution);
-        }
+        unsigned int const choice = m_input.Below(256);
+        g_ticks = static_cast<int>(choice % 6);
+        m_mayStop = choice >= 250;
         try {
             m_engine.Run();
         } catch (EndOfRun const&) {
         }
+        wakeUps = -1;
+    }
+
+    void BeginTick() {
+        nowMs += m_engine.m_resolution;
+        ++ticks;
+        wakeUps = 0;
+    }
+
+    // Each of the first eight steps of a tick wakes the dispatcher, and so does the last.
+    void OnWakeUp() {
+        ++wakeUps;
+        while (ExpireSome() && wakeUps > 8) {
+        }
+        isAwake = true;
+        m_dispatch.m_csQueue.Leave();
+        for (unsigned int steps = m_mayStop ? m_input.Below(4) : 0; steps > 0; --steps) {
+            Step();
+        }
+        m_dispatch.m_csQueue.Enter();
     }
 
     // What the dispatcher does between two looks at its event, once or until it would sleep. In the
@@ -238,19 +273,34 @@ struct Machine : Model {
         }
     }
 
-    static void CompareList(DList& list, std::map<Place, Timer*> const& timers) {
-        AGREE(list.Size() == timers.size());
+    void CompareList(DList& list, std::map<Place, Timer*> const& expected) {
+        AGREE(list.Size() == expected.size());
+        AGREE(!m_engine.AlreadyPresentInList(list, nullptr, 0));
         DListItem* at = nullptr;
-        for (auto const& [place, timer] : timers) {
+        for (auto const& [place, timer] : expected) {
             at = list.Next(at);
             auto const& item = static_cast<DTimeManagerImpl::TimeListItem&>(*at);
             AGREE(timer->name == Name(item.m_listener, item.m_id));
+            AGREE(m_engine.RetrieveMatchingItem(list, item.m_listener, item.m_id) == at);
             AGREE(item.m_period == timer->periodMs && item.m_repeat == timer->repeats);
             AGREE(item.m_expiry == static_cast<std::uint32_t>(timer->dueMs));
         }
     }
 
+    // The dispatcher's.
+    struct Event : DEventImpl {
+        explicit Event(Machine& machine) : DEventImpl(false, false), m_machine(machine) {}
+        void Signal() override {
+            DEventImpl::Signal();
+            if (m_machine.wakeUps >= 0) { // not at the end
+                m_machine.OnWakeUp();
+            }
+        }
+        Machine& m_machine;
+    };
+
     Input& m_input;
+    bool m_mayStop = false;
     Listener m_listeners[kRow];
     DTimeManager m_service{7};
     DTimeManagerImpl& m_engine = static_cast<DTimeManagerImpl&>(*m_service.m_impl);
@@ -258,6 +308,17 @@ struct Machine : Model {
 };
 
 } // namespace
+
+// Fails once after the last tick. That is no tick.
+bool DTimeManagerImplCallouts__WaitForTimerExpiration(void* machine) {
+    if (g_ticks < 0) {
+        throw EndOfRun();
+    }
+    if (g_ticks > 0) {
+        static_cast<Machine*>(machine)->BeginTick();
+    }
+    return g_ticks-- > 0;
+}
 
 int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
     Input input(data, size);

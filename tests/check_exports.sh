@@ -9,6 +9,7 @@ set -eu
 export LC_ALL=C
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
+"$READELF" -dW "$1" | grep -q NODELETE || { echo "$1 could be unloaded"; exit 1; }
 "$4" -D --defined-only "$1" >"$work/defined"
 awk '{print "symbol", $NF}' "$work/defined" >"$work/symbols"
 awk '$2 == "T" {print "own", $3}' "$work/defined" >"$work/own"

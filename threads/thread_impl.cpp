@@ -473,9 +473,8 @@ int DThreadImpl::GetThreadId() {
     return id;
 }
 
-// The thread itself must not even wait beside a joining caller, who waits for it. Its id is
-// compared only while it isn't joined, because the system gives the id of a joined thread to
-// another one.
+// The thread itself must not even wait beside a joining caller, who waits for it. Its POSIX id
+// wouldn't tell it: the system gives the id of a joined thread to another one.
 int DThreadImpl::WaitForThreadDeath(int timeoutMs) {
     if (m_started.load(relaxed) == 0) {
         std::printf("WaitForThreadDeath::Run not started. or invalid thread handle\n");

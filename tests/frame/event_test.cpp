@@ -1,66 +1,35 @@
 #include <verrick/event.h>
-#include <verrick/time_primitives.h>
+#include <verrick/semaphore.h>
 
 #include <gtest/gtest.h>
 
-#include <future>
 #include <limits>
 #include <sys/syscall.h>
-#include <thread>
 #include <unistd.h>
 
 #include "frame/deadline.h"
-#include "tests/support/asleep.h"
 
-namespace {
+// The part of a second that the wall clock shows always.
+static long g_nanoseconds = 0;
 
-// Starts a wait on another thread and returns once it can be taken to block.
-std::future<wait_result_t> BlockIn(IEvent& event, int timeoutMs) {
-    auto wait = std::async(std::launch::async, [&, timeoutMs] { return event.Wait(timeoutMs); });
-    AwaitOthersAsleep();
-    return wait;
-}
-
-std::atomic<bool> g_holdWaiters{false};
-std::atomic<bool> g_holdLeavers{false};
-
-} // namespace
-
-// A timed wait reads the clock when it holds the event's mutex and doesn't block yet.
 extern "C" int clock_gettime(clockid_t clock, timespec* now) noexcept {
-    while (clock == CLOCK_REALTIME && g_holdWaiters) {
-        usleep(1000);
-    }
-    return static_cast<int>(syscall(SYS_clock_gettime, clock, now));
-}
-
-// A timed wait that has ended counts as waiting until it has the mutex again.
-extern "C" int pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex,
-                                      timespec const* deadline) {
-    int const error = pthread_cond_clockwait(condition, mutex, CLOCK_REALTIME, deadline);
-    pthread_mutex_unlock(mutex);
-    while (g_holdLeavers) {
-        usleep(1000);
-    }
-    pthread_mutex_lock(mutex);
-    return error;
+    int const result = static_cast<int>(syscall(SYS_clock_gettime, clock, now));
+    now->tv_nsec = clock == CLOCK_REALTIME ? g_nanoseconds : now->tv_nsec;
+    return result;
 }
 
 namespace {
 
-TEST(Event, ItsEndFreesThreadsThatAreStillOnTheirWayIntoTheWait) {
-    auto* const event = new DEvent(false, true);
-    g_holdWaiters = true;
-    g_holdLeavers = true;
-    auto holder = BlockIn(*event, 20000); // has the mutex, and no wait under way yet
-    std::thread destroyer([event] { delete event; });
-    Sleep(50);
-    auto late = BlockIn(*event, -1); // finds no destruction begun, and waits for the mutex
-    g_holdWaiters = false;
-    EXPECT_NE(late.get(), WAIT_RESULT_TIMEOUT);
-    g_holdLeavers = false;
-    EXPECT_EQ(holder.get(), WAIT_RESULT_OK);
-    destroyer.join();
+// 1500 ms before the first half of a second the deadline has a negative part of a second.
+TEST(Deadline, InThePastIsATimeoutIfTheSystemHasThatMoment) {
+    for (auto const& [nanoseconds, expected] :
+         {std::pair{499999999L, WAIT_RESULT_FAILED}, {500000000L, WAIT_RESULT_TIMEOUT}}) {
+        g_nanoseconds = nanoseconds;
+        EXPECT_EQ(DEvent(false, true).Wait(-1500), expected);
+        EXPECT_EQ(DSemaphore(0, 1, nullptr).Wait(-1500), expected);
+        EXPECT_EQ(DEvent(true, true).Wait(-1500), WAIT_RESULT_OK);
+        EXPECT_EQ(DSemaphore(1, 1, nullptr).Wait(-1500), WAIT_RESULT_OK);
+    }
 }
 
 TEST(Deadline, CarriesAboveTheLastNanosecondAndStaysWithinTheClock) {

@@ -1,7 +1,9 @@
+#include <verrick/frame.h>
 #include <verrick/interlocked.h>
 
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <thread>
 
 TEST(Interlocked, ReturnsTheNewValueExceptForExchange) {
@@ -13,19 +15,34 @@ TEST(Interlocked, ReturnsTheNewValueExceptForExchange) {
     EXPECT_EQ(xchg_u32(&word, 9UL), 0xFFFFFFFFUL);
 }
 
-TEST(Interlocked, ExactlyOneThreadTakesTheWordToZero) {
-    AtomicInt word(100000);
-    AtomicInt zeros;
+TEST(Interlocked, ValuesReturnTheNewOneAndWrap) {
+    DInterlockedValue value(INT_MAX);
+    EXPECT_EQ(value.Increment(), INT_MIN);
+    EXPECT_EQ(value.Add(-2), INT_MAX - 1);
+    EXPECT_EQ(value.SetValue(5), 5);
+    EXPECT_EQ(value.Decrement(), 4);
+    EXPECT_EQ(value.GetValue(), 4);
+}
+
+TEST(Version, IsFiveBytes) {
+    std::string version = "------";
+    GetDLLVersion(version.data());
+    EXPECT_EQ(version, std::string("2.00\0-", 6));
+}
+
+TEST(Interlocked, AtomicCountsLoseNothingAndTellZero) {
+    AtomicInt word(2);
     auto const count = [&] {
         for (int i = 0; i < 100000; ++i) {
             atomic_int_inc(&word);
-            atomic_int_add(&word, -1);
-            atomic_int_add(&zeros, i % 2 == 0 ? atomic_int_dec_and_test(&word) : 0);
         }
     };
-    std::thread other(count);
-    count();
-    other.join();
-    EXPECT_EQ(word.m_value, 0);
-    EXPECT_EQ(zeros.m_value, 1);
+    {
+        std::jthread const other(count);
+        count();
+    }
+    atomic_int_add(&word, -200000);
+    for (int const isZero : {0, 1, 0}) {
+        EXPECT_EQ(atomic_int_dec_and_test(&word), isZero);
+    }
 }

@@ -16,6 +16,7 @@ TEST(List, IsTheSameFromBothEndsAndIntactAgainWhenItBecomesEmpty) {
         list.AddTail(&c);
         list.AddHead(&a);
         list.Insert(&d, &c);
+        EXPECT_EQ(list.Size(), 4U);
         DListItem* at = nullptr;
         for (auto* const expected : {&d, &c, &b, &a}) {
             at = list.Prev(at);

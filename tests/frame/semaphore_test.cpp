@@ -1,3 +1,4 @@
+#include <verrick/cpp/handle.h>
 #include <verrick/handles.h>
 #include <verrick/semaphore.h>
 
@@ -13,7 +14,8 @@
 namespace {
 
 std::atomic<int> g_posts{0};
-void* g_page = nullptr; // is unmapped after the next post
+std::atomic<int> g_ended{0}; // semaphores
+void* g_page = nullptr;      // is unmapped after the next post
 
 } // namespace
 
@@ -26,12 +28,17 @@ extern "C" int sem_post(sem_t* semaphore) noexcept {
     return result;
 }
 
+extern "C" int sem_destroy(sem_t* /*semaphore*/) noexcept {
+    ++g_ended;
+    return 0;
+}
+
 namespace {
 
-// Takes what can be had, at most 300000 counts. No negative time-out but -1 blocks.
+// Takes what can be had, at most 300000 counts.
 unsigned int Drain(ISemaphore& semaphore) {
     unsigned int taken = 0;
-    while (taken < 300000 && semaphore.Wait(taken % 2 == 0 ? 0 : -1500) == WAIT_RESULT_OK) {
+    while (taken < 300000 && semaphore.Wait(0) == WAIT_RESULT_OK) {
         ++taken;
     }
     return taken;
@@ -46,25 +53,33 @@ TEST(Semaphore, ReleasesWhatFitsUnderASignedMaximum) {
                                          {0x80000000U, ~0U, 0, 0},
                                          {INT_MAX - 1, INT_MAX, ~0U, 300000}};
     DSemaphore const unnamed(7, 9, L""); // is shared with none
+    g_ended = 0;
     for (auto const& [initial, maximum, release, expected] : cases) {
         DSemaphore semaphore(initial, maximum, L"");
         semaphore.Release(release);
         EXPECT_EQ(Drain(semaphore), expected) << maximum;
     }
+    EXPECT_EQ(g_ended, 6);
 }
 
 // The creations of another thread don't revive a node that goes.
 TEST(Semaphore, StandsCreationsOfTheSameNameOnTwoThreads) {
+    DSemaphore const other(7, 9, L"another");
     auto const create = [] {
         for (int i = 0; i < 20000; ++i) {
             DSemaphore(1, 1, L"contended").Release(1);
         }
     };
-    std::thread other(create);
+    std::thread thread(create);
     create();
-    other.join();
-    DSemaphore last(2, 2, L"contended");
-    EXPECT_EQ(Drain(last), 2U);
+    thread.join();
+    g_ended = 0;
+    {
+        DSemaphore last(2, 2, L"contended");
+        DSemaphore const same(9, 9, L"Contended");
+        EXPECT_EQ(Drain(last), 2U);
+    }
+    EXPECT_EQ(g_ended, 1);
 }
 
 TEST(SemaphoreHandle, ReleasesAllOrNothingUpToTheSystemsMaximum) {
@@ -80,9 +95,29 @@ TEST(SemaphoreHandle, ReleasesAllOrNothingUpToTheSystemsMaximum) {
     EXPECT_EQ(previous, INT_MAX);
     EXPECT_LT(g_posts, 100000);
     EXPECT_EQ(XSemaphore(INT_MAX, INT_MAX).SetToSignaledState(), 0);
+    XSemaphore empty(0, LONG_MAX);
+    EXPECT_EQ(ReleaseSemaphore(&empty, INT_MAX, nullptr), 1);
+    XSemaphore other(0, LONG_MAX);
+    EXPECT_EQ(ReleaseSemaphore(&other, 199999, nullptr), 1);
+    EXPECT_EQ(other.SetToSignaledState(), 1);
+    for (int i = 0; i < 200000; ++i) {
+        ASSERT_EQ(other.WaitForSingleObject(0), WAIT_OBJECT_0);
+    }
+    EXPECT_EQ(other.WaitForSingleObject(0), WAIT_TIMEOUT);
+}
+
+TEST(SemaphoreHandle, BeginsWithAnyCountOf32BitsAndHasNoNameOrAttributes) {
+    long previous = 0;
     EXPECT_EQ(CreateSemaphore(nullptr, 1, 2, L"twin"), nullptr);
     EXPECT_EQ(CreateSemaphore(&previous, 1, 2, nullptr), nullptr);
-    EXPECT_TRUE(LONG_MAX == INT_MAX || CreateSemaphore(nullptr, LONG_MAX, 1, nullptr) == nullptr);
+    for (long const far : {LONG_MIN, LONG_MAX}) {
+        EXPECT_TRUE(LONG_MAX == INT_MAX || CreateSemaphore(nullptr, far, 1, nullptr) == nullptr);
+    }
+    for (long const initial : {long{INT_MIN}, -1L, long{INT_MAX}}) {
+        verrick::Handle const semaphore(CreateSemaphore(nullptr, initial, 0, nullptr));
+        EXPECT_EQ(ReleaseSemaphore(semaphore.Get(), 1, &previous), initial < 0 ? 1 : 0);
+        EXPECT_EQ(previous, initial);
+    }
 }
 
 TEST(SemaphoreHandle, IsNotTouchedAfterItsLastPost) {

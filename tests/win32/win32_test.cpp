@@ -98,7 +98,9 @@ TEST(Win32, SuspendedThreadRunsAfterResumeAndTellsItsExitCode) {
     EXPECT_EQ(WaitForSingleObject(ran, 0), WAIT_TIMEOUT);
     EXPECT_TRUE(GetExitCodeThread(thread, &code));
     EXPECT_EQ(code, STILL_ACTIVE);
+    EXPECT_FALSE(GetExitCodeThread(thread, NULL));
     EXPECT_EQ(ResumeThread(thread), 1U);
+    EXPECT_EQ(ResumeThread(thread), 0U);
     EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
     EXPECT_TRUE(GetExitCodeThread(thread, &code));
     EXPECT_EQ(code, id);
@@ -129,12 +131,31 @@ TEST(Win32, WaitForAThreadCoversTheEndOfItsLocalStorage) {
     CloseHandle(thread);
 }
 
-TEST(Win32, WrongHandlesAreRefused) {
+TEST(Win32, ThreadRunsOnWithoutItsHandle) {
+    ResetEvent(g_go);
+    SIZE_T const stack = 1 << 20;
+    auto const routine = [](LPVOID event) -> DWORD { return static_cast<DWORD>(SetEvent(event)); };
+    CloseHandle(CreateThread(NULL, stack, routine, g_go, STACK_SIZE_PARAM_IS_A_RESERVATION, NULL));
+    EXPECT_EQ(WaitForSingleObject(g_go, INFINITE), WAIT_OBJECT_0);
+}
+
+TEST(Win32, WrongArgumentsAreRefused) {
     DWORD code = 1;
+    LONG count = 5;
     EXPECT_FALSE(GetExitCodeThread(g_go, &code));
     EXPECT_EQ(ResumeThread(g_go), 0xFFFFFFFFU);
+    EXPECT_EQ(ReleaseSemaphore(g_go, 1, &count), 0);
+    EXPECT_EQ(count, 5);
     EXPECT_EQ(CreateThread(NULL, 0, NULL, NULL, 0, NULL), HANDLE());
     EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
+    SIZE_T const tooMuch = static_cast<SIZE_T>(-1) / 4;
+    EXPECT_EQ(CreateThread(NULL, tooMuch, EndLate, NULL, 0, NULL), HANDLE());
+    EXPECT_EQ(GetLastError(), ERROR_NO_SYSTEM_RESOURCES);
+    InitializeRecursiveSection(NULL);
+    EnterRecursiveSection(NULL);
+    EXPECT_EQ(TryEnterRecursiveSection(NULL), 0);
+    LeaveRecursiveSection(NULL);
+    DeleteRecursiveSection(NULL);
 }
 
 } // namespace
