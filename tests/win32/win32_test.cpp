@@ -6,6 +6,7 @@
 #include <verrick/win32.h>
 
 #include <algorithm>
+#include <atomic>
 #include <gtest/gtest.h>
 #include <thread>
 #include <vector>
@@ -18,6 +19,8 @@ void RunFragments(int (*const* fragment)(void)) {
     WriteFile("fixed.ini", "");
     std::filesystem::permissions("fixed.ini", std::filesystem::perms::owner_read);
     std::filesystem::create_directory("inner");
+    std::filesystem::create_symlink("none", "broken");
+    WriteFile(".hidden", "");
     for (; *fragment != nullptr; ++fragment) {
         EXPECT_EQ((*fragment)(), 0) << "that line of fragments.c failed";
     }
@@ -28,59 +31,40 @@ TEST(Win32, FragmentsInC99AndInCpp11CompileUnchangedAndWork) {
     RunFragments(g_fragmentsInCpp11);
 }
 
-DWORD RunToTheEnd(LPTHREAD_START_ROUTINE routine, LPVOID argument) {
-    HANDLE const thread = CreateThread(NULL, 0, routine, argument, 0, NULL);
-    DWORD code = 77;
-    EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
-    EXPECT_TRUE(GetExitCodeThread(thread, &code));
-    EXPECT_EQ(CloseHandle(thread), 1);
-    return code;
-}
-
 // The library's own call reads the word again. So two threads could get the same result, and a
 // reference counter would delete its object twice.
-struct SharedCounter {
-    LONG count = 2000000;
-    LONG volatile running = 0;
-    std::vector<char> results = std::vector<char>(2000000);
-};
-
-DWORD WINAPI CountDown(LPVOID counter) {
-    auto* const shared = static_cast<SharedCounter*>(counter);
-    InterlockedIncrement(&shared->running);
-    while (InterlockedCompareExchange(&shared->running, 2, 2) != 2) {
-    }
-    for (int i = 0; i < 1000000; ++i) {
-        LONG const result = InterlockedDecrement(&shared->count);
-        ++shared->results[static_cast<std::size_t>(result)];
-    }
-    return 1;
-}
-
 TEST(Win32, NoTwoThreadsGetTheSameResultFromACounter) {
-    SharedCounter counter;
-    std::thread other(CountDown, &counter);
-    EXPECT_EQ(RunToTheEnd(CountDown, &counter), 1U);
+    LONG counter = 2000000;
+    std::atomic<int> running{0};
+    std::vector<char> results(2000000);
+    auto const countDown = [&] {
+        for (++running; running < 2;) {
+        }
+        for (int i = 0; i < 1000000; ++i) {
+            ++results[static_cast<std::size_t>(InterlockedDecrement(&counter))];
+        }
+    };
+    std::thread other(countDown);
+    countDown();
     other.join();
-    EXPECT_EQ(std::count(counter.results.begin(), counter.results.end(), 1), 2000000);
-}
-
-DWORD WINAPI CanEnter(LPVOID section) {
-    bool const entered = static_cast<RecursiveSection*>(section)->TryEnter();
-    if (entered) {
-        static_cast<RecursiveSection*>(section)->Leave();
-    }
-    return entered ? 1 : 0;
+    EXPECT_EQ(std::count(results.begin(), results.end(), 1), 2000000);
 }
 
 TEST(Win32, RecursiveSectionIsFreeAfterAsManyLeavesAsEnters) {
     RecursiveSection section;
+    bool isFree = false;
+    auto const look = [&] {
+        isFree = section.TryEnter();
+        isFree ? section.Leave() : void();
+    };
     section.Enter();
     section.Enter();
     section.Leave();
-    EXPECT_EQ(RunToTheEnd(CanEnter, &section), 0U);
+    std::thread(look).join();
+    EXPECT_FALSE(isFree);
     section.Leave();
-    EXPECT_EQ(RunToTheEnd(CanEnter, &section), 1U);
+    std::thread(look).join();
+    EXPECT_TRUE(isFree);
 }
 
 unsigned __stdcall SetAndEnd(void* event) {
@@ -121,11 +105,14 @@ TEST(Win32, WaitForAThreadCoversTheEndOfItsLocalStorage) {
     HANDLE const thread = CreateThread(NULL, 0, EndLate, NULL, 0, NULL);
     EXPECT_EQ(WaitForSingleObject(thread, 20), WAIT_TIMEOUT);
     unsigned long otherResult = WAIT_FAILED;
+    DWORD code = 0;
     std::thread other([&] { otherResult = WaitForSingleObject(thread, INFINITE); });
     SetEvent(g_go);
     EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
     other.join();
     EXPECT_EQ(otherResult, WAIT_OBJECT_0);
+    EXPECT_TRUE(GetExitCodeThread(thread, &code));
+    EXPECT_EQ(code, 3U);
     CloseHandle(thread);
 }
 
