@@ -2,6 +2,7 @@
 // directory.
 #include "tests/failures/calls.h"
 #include "tests/ini/ini_files.h"
+#include <verrick/ini_file_lock.h>
 #include <verrick/verrick.h>
 
 #include <algorithm>
@@ -19,7 +20,8 @@ using namespace std::string_literals;
 constexpr Edit kEdits[] = {
     {L"s0", L"k1", L"a value that is longer than the one before"},
     {L"s0", L"k1", L"nineteen bytes, too"},
-    {L"new", L"k", L"value"},
+    // A new section in the smallest file, and a new key in the larger ones.
+    {L"s99", L"new", L"value"},
     {L"s0", L"k1", nullptr},
     {L"s1", nullptr, L"first=1\0second=2\0"},
     // s7 is the last section of the smallest file.
@@ -59,6 +61,13 @@ void CopyText(int) {
     Arm();
     GoOnAfter([&] { myfgetws(line, 16, stream.get()); });
     Say{std::ftell(stream.get()), line[0] == L'~'};
+}
+
+void LockIni(int) {
+    Arm();
+    IniFileLock const lock(L"f.ini", IniFileLock::Exclusive, 0);
+    int const error = errno;
+    Say{lock.Owns(), lock.Owns() ? 0 : error};
 }
 
 // From a file, and from a pipe.

@@ -68,6 +68,9 @@ TEST_F(Directories, AreScannedForTheLastNameOfAPath) {
     EXPECT_FALSE(list.FindNext(&info));
     EXPECT_FALSE(list.FindFirst(nullptr, nullptr));
     EXPECT_EQ(_findfirst(nullptr, nullptr), -1);
+    xDirStruct ended;
+    EXPECT_EQ(_findnext(reinterpret_cast<long>(&ended), &data), -1);
+    EXPECT_EQ(_findclose(reinterpret_cast<long>(&ended)), -1);
     fs::create_directory("s");
     WriteFile("s/a.c", "");
     WriteFile("s/c\xFFz", "");

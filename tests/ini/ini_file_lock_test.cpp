@@ -7,6 +7,7 @@
 #include <chrono>
 #include <fcntl.h>
 #include <memory>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -42,9 +43,10 @@ TEST_F(IniFileLocks, AWaitingWriterKeepsNewReadersOut) {
 
 TEST_F(IniFileLocks, AChildNeitherOwnsNorReleasesTheLockOfItsParent) {
     int const next = NextDescriptor();
+    umask(0);
     auto holder = std::make_unique<IniFileLock>(Name().c_str(), IniFileLock::Exclusive, 0);
     EXPECT_EQ(fcntl(next, F_GETFD), FD_CLOEXEC) << "not in a started program";
-    EXPECT_TRUE(std::filesystem::exists(Path() + ".lock")) << "which outlives the INI file";
+    EXPECT_EQ(std::filesystem::status(Path() + ".lock").permissions(), std::filesystem::perms(0666));
     pid_t const child = fork();
     if (child == 0) {
         bool const owns =
@@ -68,6 +70,8 @@ TEST_F(IniFileLocks, ANameThatCannotBeUsedIsNotLocked) {
     std::wstring const tooLong = start + std::wstring(4090 - start.size(), L'/');
     EXPECT_FALSE(IniFileLock(tooLong.c_str(), IniFileLock::Shared, 0).Owns());
     EXPECT_EQ(errno, ENAMETOOLONG);
+    EXPECT_FALSE(IniFileLock(L"/dev/null/f", IniFileLock::Shared, 0).Owns());
+    EXPECT_EQ(errno, ENOTDIR);
 }
 
 } // namespace

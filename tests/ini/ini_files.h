@@ -13,17 +13,9 @@ protected:
         return std::wstring(scratch.path.begin(), scratch.path.end()) + file;
     }
 
-    void Store(std::string const& text) const { WriteFile(Path(), text); }
     std::string Stored() const {
         std::ifstream file(Path(), std::ios::binary);
         return {std::istreambuf_iterator<char>(file), {}};
-    }
-
-    // The value of a key, or "?" if there is none.
-    std::wstring Value(wchar_t const* section, wchar_t const* key) const {
-        std::wstring out(6000, L'\0');
-        out.resize(GetPrivateProfileString(section, key, L"?", out.data(), 6000, Name().c_str()));
-        return out;
     }
 
     Utf8Locale const utf8;

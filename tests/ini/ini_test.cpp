@@ -23,20 +23,43 @@ TEST_F(Ini, OnlyARegularFileIsEditedAndNoneMakesTheCallWaitForEver) {
 
 TEST_F(Ini, ProfileCallsCheckTheirArgumentsBeforeTheyCreateTheFile) {
     wchar_t out[4] = L"~~~";
-    EXPECT_EQ(GetPrivateProfileString(L"s", L"k", L"d", out, 1, Name().c_str()), 0u);
-    EXPECT_EQ(GetPrivateProfileSection(nullptr, out, 4, Name().c_str()), 0u);
-    EXPECT_EQ(GetPrivateProfileSectionNames(nullptr, 4, Name().c_str()), 0u);
-    EXPECT_EQ(WritePrivateProfileString(nullptr, L"k", L"v", Name().c_str()), 0);
+    std::wstring const name = Name();
+    EXPECT_EQ(GetPrivateProfileString(L"s", L"k", L"d", out, 1, name.c_str()), 0u);
+    EXPECT_EQ(GetPrivateProfileSection(nullptr, out, 4, name.c_str()), 0u);
+    EXPECT_EQ(GetPrivateProfileSection(L"s", nullptr, 4, name.c_str()), 0u);
+    EXPECT_EQ(GetPrivateProfileSectionNames(nullptr, 4, name.c_str()), 0u);
+    EXPECT_EQ(WritePrivateProfileString(nullptr, L"k", L"v", name.c_str()), 0);
     EXPECT_STREQ(out, L"~~~");
-    EXPECT_EQ(GetPrivateProfileString(L"s", L"k", L"d", out, 4, Name(L"/no/f").c_str()), 0u);
-    EXPECT_EQ(std::wstring(out, 4), L"\0\0~\0"s) << "no default";
+    std::wstring const missing = Name(L"/no/f");
+    for (wchar_t const* const file : {missing.c_str(), static_cast<wchar_t const*>(nullptr)}) {
+        EXPECT_EQ(GetPrivateProfileSectionNames(out, 4, file), 0u);
+        EXPECT_EQ(GetPrivateProfileSection(L"s", out, 4, file), 0u);
+        EXPECT_EQ(WritePrivateProfileSection(L"s", nullptr, file), 0);
+        EXPECT_EQ(WritePrivateProfileString(L"s", L"k", L"v", file), 0);
+        EXPECT_EQ(GetPrivateProfileString(L"s", L"k", L"d", out, 4, file), 0u);
+        EXPECT_EQ(std::wstring(out, 4), L"\0\0~\0"s) << "no default";
+    }
     EXPECT_FALSE(std::filesystem::exists(Path()));
-    EXPECT_EQ(WritePrivateProfileString(L"s", nullptr, nullptr, Name().c_str()), 0);
+}
+
+TEST_F(Ini, AFileIsCreatedForEverybodyAndListed) {
+    wchar_t out[4] = L"~~~";
+    std::wstring const name = Name();
+    umask(0);
+    EXPECT_EQ(WritePrivateProfileString(L"s", nullptr, nullptr, name.c_str()), 0);
     EXPECT_EQ(Stored(), "");
+    EXPECT_EQ(std::filesystem::status(Path()).permissions(), std::filesystem::perms(0666));
+    DIni ini(name.c_str());
+    EXPECT_EQ(ini.GetSectionNames(nullptr, 4), 0u);
+    EXPECT_EQ(ini.GetKeyValue(L"s", L"k", L"d", nullptr, 4), 0u);
+    WritePrivateProfileSection(L"s", L"k=v\0", name.c_str());
+    EXPECT_EQ(GetPrivateProfileString(nullptr, L"k", L"d", out, 4, name.c_str()), 1u);
+    EXPECT_STREQ(out, L"s") << "the names of the sections";
+    EXPECT_EQ(GetPrivateProfileSection(L"s", out, 4, name.c_str()), 2u);
 }
 
 TEST_F(Ini, ABadNameReplacesTheNameBefore) {
-    Store("[a]\n");
+    WriteFile(Path(), "[a]\n");
     for (std::wstring const& bad : {std::wstring(4096, L'x'), L"\xd800"s}) {
         DIni ini(Name().c_str());
         EXPECT_EQ(ini.Open(bad.c_str()), 0);

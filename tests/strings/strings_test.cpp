@@ -49,12 +49,13 @@ TEST(Strings, AreCutIntoTokensOfOneSearch) {
 }
 
 // A fortified libc would end the program for a format that isn't constant.
-TEST(Printing, StoresACountInTheMiddle) {
+TEST(Printing, StoresACountInTheMiddleAndTakesWholeConversions) {
     wchar_t text[512];
     int count = 0;
     std::wstring const format = L"%s%n!";
     EXPECT_EQ(_sprintf(text, format.c_str(), L"ab", &count), 3);
     EXPECT_EQ(count, 2);
+    EXPECT_EQ(_sprintf(text, L"%s%5", L"ab"), -1) << "a conversion without a letter";
 }
 
 } // namespace
