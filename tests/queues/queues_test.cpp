@@ -67,14 +67,20 @@ TEST_F(MessageQueue, KeepsEveryCallOutWhileAProgramOrACallHoldsIt) {
 }
 
 TEST_F(MessageQueue, StartsTheTimeAnewForACallThatAMoveWakesInVain) {
-    auto const start = std::chrono::steady_clock::now();
-    auto first = Receive(400);
-    auto second = Receive(400);
-    std::this_thread::sleep_for(std::chrono::milliseconds(250));
-    EXPECT_EQ(Send("x"), 0);
-    first.wait();
-    second.wait();
-    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(600));
+    // Both deadlines lie in one second, and in two.
+    for (int const phaseMs : {100, 450}) {
+        auto const second =
+            std::chrono::ceil<std::chrono::seconds>(std::chrono::system_clock::now());
+        std::this_thread::sleep_until(second + std::chrono::milliseconds(phaseMs));
+        auto const start = std::chrono::steady_clock::now();
+        auto older = Receive(400);
+        auto younger = Receive(400);
+        std::this_thread::sleep_for(std::chrono::milliseconds(250));
+        EXPECT_EQ(Send("x"), 0);
+        older.wait();
+        younger.wait();
+        EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(600));
+    }
 }
 
 static MsgQueue* s_queue = nullptr;
@@ -101,6 +107,7 @@ TEST_F(MessageQueue, PassesOnTheWakeUpOfACancelledReceiver) {
 TEST(Ring, KeepsOutWhileAProgramHoldsItsLock) {
     RingBuffer* const ring = RingCreate(8);
     EnterCriticalSection(&ring->m_lock);
+    EnterCriticalSection(&ring->m_lock); // doesn't count
     std::thread putter([ring] { RingBufPut(ring, "x", 1); });
     AwaitOthersAsleep();
     EXPECT_EQ(ring->m_count, 0);
@@ -117,6 +124,9 @@ TEST(QueuesAndRings, GiveTheirMemoryBack) {
         RingDelete(RingCreate(1));
     }
     EXPECT_LT(mallinfo2().uordblks, before + 8000);
+    MsgQueue* const longest = MsgQCreate(0, 0x7FFFFFFF);
+    EXPECT_EQ(MsgQNumMsgs(longest), 0);
+    MsgQDelete(longest);
 }
 
 class MessageQueueStress : public testing::TestWithParam<int> {};
