@@ -1,11 +1,7 @@
 // Calls on text and patterns.
 #include "fuzz/text_model.h"
 
-#include <verrick/conversion.h>
-#include <verrick/listing.h>
-#include <verrick/printing.h>
-#include <verrick/search.h>
-#include <verrick/strings.h>
+#include <verrick/verrick.h>
 
 #include <cctype>
 #include <clocale>

@@ -9,29 +9,27 @@ namespace {
 
 using namespace std::string_literals;
 
-class Ini : public IniFiles {};
+struct Ini : IniFiles {};
 
 TEST_F(Ini, OnlyARegularFileIsEditedAndNoneMakesTheCallWaitForEver) {
-    ASSERT_EQ(mkfifo(Path("/pipe").c_str(), 0600), 0);
-    for (std::wstring const& name : {Name(L"/pipe"), Name(L""), L"/dev/null"s, L"/dev/zero"s}) {
+    ASSERT_EQ(mkfifo("pipe", 0600), 0);
+    for (wchar_t const* const name : {L"pipe", L".", L"/dev/null", L"/dev/zero"}) {
         wchar_t out[8];
-        EXPECT_EQ(WritePrivateProfileString(L"a", L"k", L"v", name.c_str()), 0);
-        EXPECT_EQ(WritePrivateProfileSection(L"a", nullptr, name.c_str()), 0);
-        EXPECT_EQ(GetPrivateProfileString(L"a", L"k", L"none", out, 8, name.c_str()), 4u);
+        EXPECT_EQ(WritePrivateProfileString(L"a", L"k", L"v", name), 0);
+        EXPECT_EQ(WritePrivateProfileSection(L"a", nullptr, name), 0);
+        EXPECT_EQ(GetPrivateProfileString(L"a", L"k", L"none", out, 8, name), 4u);
     }
 }
 
 TEST_F(Ini, ProfileCallsCheckTheirArgumentsBeforeTheyCreateTheFile) {
     wchar_t out[4] = L"~~~";
-    std::wstring const name = Name();
-    EXPECT_EQ(GetPrivateProfileString(L"s", L"k", L"d", out, 1, name.c_str()), 0u);
-    EXPECT_EQ(GetPrivateProfileSection(nullptr, out, 4, name.c_str()), 0u);
-    EXPECT_EQ(GetPrivateProfileSection(L"s", nullptr, 4, name.c_str()), 0u);
-    EXPECT_EQ(GetPrivateProfileSectionNames(nullptr, 4, name.c_str()), 0u);
-    EXPECT_EQ(WritePrivateProfileString(nullptr, L"k", L"v", name.c_str()), 0);
+    EXPECT_EQ(GetPrivateProfileString(L"s", L"k", L"d", out, 1, kName), 0u);
+    EXPECT_EQ(GetPrivateProfileSection(nullptr, out, 4, kName), 0u);
+    EXPECT_EQ(GetPrivateProfileSection(L"s", nullptr, 4, kName), 0u);
+    EXPECT_EQ(GetPrivateProfileSectionNames(nullptr, 4, kName), 0u);
+    EXPECT_EQ(WritePrivateProfileString(nullptr, L"k", L"v", kName), 0);
     EXPECT_STREQ(out, L"~~~");
-    std::wstring const missing = Name(L"/no/f");
-    for (wchar_t const* const file : {missing.c_str(), static_cast<wchar_t const*>(nullptr)}) {
+    for (wchar_t const* const file : {L"no/f", static_cast<wchar_t const*>(nullptr)}) {
         EXPECT_EQ(GetPrivateProfileSectionNames(out, 4, file), 0u);
         EXPECT_EQ(GetPrivateProfileSection(L"s", out, 4, file), 0u);
         EXPECT_EQ(WritePrivateProfileSection(L"s", nullptr, file), 0);
@@ -39,29 +37,28 @@ TEST_F(Ini, ProfileCallsCheckTheirArgumentsBeforeTheyCreateTheFile) {
         EXPECT_EQ(GetPrivateProfileString(L"s", L"k", L"d", out, 4, file), 0u);
         EXPECT_EQ(std::wstring(out, 4), L"\0\0~\0"s) << "no default";
     }
-    EXPECT_FALSE(std::filesystem::exists(Path()));
+    EXPECT_FALSE(std::filesystem::exists(kPath));
 }
 
 TEST_F(Ini, AFileIsCreatedForEverybodyAndListed) {
     wchar_t out[4] = L"~~~";
-    std::wstring const name = Name();
     umask(0);
-    EXPECT_EQ(WritePrivateProfileString(L"s", nullptr, nullptr, name.c_str()), 0);
+    EXPECT_EQ(WritePrivateProfileString(L"s", nullptr, nullptr, kName), 0);
     EXPECT_EQ(Stored(), "");
-    EXPECT_EQ(std::filesystem::status(Path()).permissions(), std::filesystem::perms(0666));
-    DIni ini(name.c_str());
+    EXPECT_EQ(std::filesystem::status(kPath).permissions(), std::filesystem::perms(0666));
+    DIni ini(kName);
     EXPECT_EQ(ini.GetSectionNames(nullptr, 4), 0u);
     EXPECT_EQ(ini.GetKeyValue(L"s", L"k", L"d", nullptr, 4), 0u);
-    WritePrivateProfileSection(L"s", L"k=v\0", name.c_str());
-    EXPECT_EQ(GetPrivateProfileString(nullptr, L"k", L"d", out, 4, name.c_str()), 1u);
+    WritePrivateProfileSection(L"s", L"k=v\0", kName);
+    EXPECT_EQ(GetPrivateProfileString(nullptr, L"k", L"d", out, 4, kName), 1u);
     EXPECT_STREQ(out, L"s") << "the names of the sections";
-    EXPECT_EQ(GetPrivateProfileSection(L"s", out, 4, name.c_str()), 2u);
+    EXPECT_EQ(GetPrivateProfileSection(L"s", out, 4, kName), 2u);
 }
 
 TEST_F(Ini, ABadNameReplacesTheNameBefore) {
-    WriteFile(Path(), "[a]\n");
+    WriteFile(kPath, "[a]\n");
     for (std::wstring const& bad : {std::wstring(4096, L'x'), L"\xd800"s}) {
-        DIni ini(Name().c_str());
+        DIni ini(kName);
         EXPECT_EQ(ini.Open(bad.c_str()), 0);
         EXPECT_EQ(ini.PutKeyValue(L"a", L"k", L"new"), 0);
     }
@@ -70,7 +67,7 @@ TEST_F(Ini, ABadNameReplacesTheNameBefore) {
 
 TEST_F(Ini, AStartedProgramDoesNotInheritTheFile) {
     int const next = NextDescriptor();
-    DIni const ini(Name().c_str());
+    DIni const ini(kName);
     EXPECT_EQ(fcntl(next, F_GETFD), FD_CLOEXEC);
 }
 

@@ -1,8 +1,4 @@
-#include <verrick/conversion.h>
-#include <verrick/debug.h>
-#include <verrick/printing.h>
-#include <verrick/search.h>
-#include <verrick/strings.h>
+#include <verrick/verrick.h>
 
 #include <gtest/gtest.h>
 
