@@ -2,8 +2,6 @@
  * or the line at which it failed. They run in a folder with a file "data" of 5 bytes, a read-only
  * file "fixed.ini", a file ".hidden", a link "broken" that leads nowhere, and a folder "inner".
  * VERRICK_RECURSIVE_SECTIONS is defined for them. */
-#include "tests/win32/fragments.h"
-
 #include <verrick/win32.h>
 
 #include <errno.h>
@@ -149,15 +147,21 @@ static int CallALibrary(void) {
 
 static int JoinGenericText(void) {
     TCHAR text[512];
-    LPTSTR copy;
     CHECK(_stprintf(text, _T("%s-%d"), TEXT("ab"), 12) < (int)_countof(text));
-    copy = _tcsdup(text);
+    LPTSTR const copy = _tcsdup(text);
     CHECK(_tcsdup(NULL) == NULL && copy != NULL && _tcsicmp(copy, _T("AB-12")) == 0);
     free(copy);
     CHECK(_tcscmp(_tcstok(text, _T("-")), _T("ab")) == 0);
     CHECK(_tcstol(_tcstok(NULL, _T("-")), NULL, 10) == 12);
     return 0;
 }
+
+#ifdef __cplusplus
+#define FRAGMENTS g_fragmentsInCpp11
+extern "C" int (*const FRAGMENTS[])(void);
+#else
+#define FRAGMENTS g_fragmentsInC99
+#endif
 
 int (*const FRAGMENTS[])(void) = {WaitOnHandles,   EnterNested,        CountReferences,
                                   ListTheFolder,   TellErrors,         CallALibrary,

@@ -2,7 +2,6 @@
 #include <verrick/verrick.h>
 
 #include "tests/files/scratch.h"
-#include "tests/win32/fragments.h"
 #include <verrick/win32.h>
 
 #include <algorithm>
@@ -10,6 +9,10 @@
 #include <gtest/gtest.h>
 #include <thread>
 #include <vector>
+
+// What fragments.c offers, once as C99 and once as C++11. A null pointer ends the list.
+extern "C" int (*const g_fragmentsInC99[])(void);
+extern "C" int (*const g_fragmentsInCpp11[])(void);
 
 namespace {
 
@@ -67,53 +70,48 @@ TEST(Win32, RecursiveSectionIsFreeAfterAsManyLeavesAsEnters) {
     EXPECT_TRUE(isFree);
 }
 
-unsigned __stdcall SetAndEnd(void* event) {
-    SetEvent(event);
-    _endthreadex(GetCurrentThreadId());
-}
-
-TEST(Win32, SuspendedThreadRunsAfterResumeAndTellsItsExitCode) {
-    HANDLE const ran = CreateEvent(NULL, TRUE, FALSE, NULL);
-    unsigned id = 0;
-    UINT_PTR const begun = _beginthreadex(NULL, 0, SetAndEnd, ran, CREATE_SUSPENDED, &id);
-    HANDLE const thread = reinterpret_cast<HANDLE>(begun);
-    DWORD code = 0;
-    EXPECT_EQ(WaitForSingleObject(thread, 20), WAIT_TIMEOUT);
-    EXPECT_EQ(WaitForSingleObject(ran, 0), WAIT_TIMEOUT);
-    EXPECT_TRUE(GetExitCodeThread(thread, &code));
-    EXPECT_EQ(code, STILL_ACTIVE);
-    EXPECT_EQ(ResumeThread(thread), 1U);
-    EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
-    EXPECT_TRUE(GetExitCodeThread(thread, &code));
-    EXPECT_EQ(code, id);
-    CloseHandle(thread);
-    CloseHandle(ran);
-}
-
 // The thread's local storage ends when g_go is set.
 HANDLE const g_go = CreateEvent(NULL, TRUE, FALSE, NULL);
 
-DWORD WINAPI EndLate(LPVOID) {
+DWORD WINAPI EndLate(LPVOID ran) {
     pthread_key_t key;
     pthread_key_create(&key, [](void* event) { WaitForSingleObject(event, INFINITE); });
     pthread_setspecific(key, g_go);
-    return 3;
+    SetEvent(ran);
+    return GetCurrentThreadId();
 }
 
-TEST(Win32, WaitForAThreadCoversTheEndOfItsLocalStorage) {
-    ResetEvent(g_go);
-    HANDLE const thread = CreateThread(NULL, 0, EndLate, NULL, 0, NULL);
-    EXPECT_EQ(WaitForSingleObject(thread, 20), WAIT_TIMEOUT);
-    unsigned long otherResult = WAIT_FAILED;
-    DWORD code = 0;
-    std::thread other([&] { otherResult = WaitForSingleObject(thread, INFINITE); });
-    SetEvent(g_go);
-    EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
-    other.join();
-    EXPECT_EQ(otherResult, WAIT_OBJECT_0);
-    EXPECT_TRUE(GetExitCodeThread(thread, &code));
-    EXPECT_EQ(code, 3U);
-    CloseHandle(thread);
+unsigned __stdcall EndLateByCall(void* ran) {
+    _endthreadex(EndLate(ran));
+}
+
+TEST(Win32, ThreadRunsAfterResumeAndIsOverAfterItsLocalStorage) {
+    for (bool const isBegun : {true, false}) {
+        HANDLE const ran = CreateEvent(NULL, TRUE, FALSE, NULL);
+        DWORD id = 0;
+        DWORD code = 0;
+        ResetEvent(g_go);
+        HANDLE const thread = isBegun ? reinterpret_cast<HANDLE>(_beginthreadex(
+                                            NULL, 0, EndLateByCall, ran, CREATE_SUSPENDED, &id))
+                                      : CreateThread(NULL, 0, EndLate, ran, CREATE_SUSPENDED, &id);
+        EXPECT_EQ(WaitForSingleObject(thread, 20), WAIT_TIMEOUT);
+        EXPECT_EQ(WaitForSingleObject(ran, 0), WAIT_TIMEOUT);
+        EXPECT_TRUE(GetExitCodeThread(thread, &code));
+        EXPECT_EQ(code, STILL_ACTIVE);
+        EXPECT_EQ(ResumeThread(thread), 1U);
+        EXPECT_EQ(WaitForSingleObject(ran, INFINITE), WAIT_OBJECT_0);
+        EXPECT_EQ(WaitForSingleObject(thread, 20), WAIT_TIMEOUT);
+        unsigned long otherResult = WAIT_FAILED;
+        std::thread other([&] { otherResult = WaitForSingleObject(thread, INFINITE); });
+        SetEvent(g_go);
+        EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
+        other.join();
+        EXPECT_EQ(otherResult, WAIT_OBJECT_0);
+        EXPECT_TRUE(GetExitCodeThread(thread, &code));
+        EXPECT_EQ(code, id);
+        CloseHandle(thread);
+        CloseHandle(ran);
+    }
 }
 
 TEST(Win32, WrongHandlesAreRefused) {
