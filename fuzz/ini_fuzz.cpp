@@ -44,7 +44,8 @@ void CheckScans(Input& input, DIni& face, std::string& text) {
     AGREE(!ini.GetSection() && !ini.GetKey() && !ini.FindSection(L"a") && !ini.FindKey(L"k"));
     AGREE(!ini.ReplaceKey(L"a", L"k", L"v") && !ini.DeleteKey(L"a", L"k"));
     AGREE(!ini.ReplaceSection(L"a", L"") && !ini.DeleteSection(L"a"));
-    AGREE(face.Open(kName) == 1 && !ini.ReplaceKey(L"a", L"k", nullptr));
+    AGREE(face.Open(kName) == 1 && ini.m_lineStart == 0 && ini.m_value == ini.m_line);
+    AGREE(!ini.ReplaceKey(L"a", L"k", nullptr));
     for (std::size_t line = 0; line <= file.End() && input.Below(8) != 7;) {
         bool const isKey = input.Below(2) == 0;
         std::size_t const stop = file.Next(line, isKey ? "[=" : "[");

@@ -35,6 +35,7 @@ TEST_F(File, ModesKeepEmptyOrExtendAFile) {
         bool const accepted = reads || empties || mode == 10;
         WriteFile("file", "old");
         ASSERT_EQ(file.Open("file", mode), accepted ? FILE_STATUS_OK : FILE_STATUS_FAILED) << mode;
+        EXPECT_EQ(file.Position(), mode == 10 ? 3 : 0) << mode;
         EXPECT_EQ(fcntl(next, F_GETFD), accepted ? FD_CLOEXEC : -1) << "not inherited by programs";
         EXPECT_EQ(file.Open("missing", 1), accepted ? FILE_STATUS_FAILED : FILE_STATUS_NOT_FOUND);
         auto const [status, count, text] = Read();
