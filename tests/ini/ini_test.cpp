@@ -56,10 +56,11 @@ TEST_F(Ini, AFileIsCreatedForEverybodyAndListed) {
     EXPECT_EQ(WritePrivateProfileString(L"s", nullptr, nullptr, kName), 0);
     EXPECT_EQ(Stored(), "");
     EXPECT_EQ(std::filesystem::status(kPath).permissions(), std::filesystem::perms(0666));
-    DIni ini(kName);
+    DIni ini(L"longer.ini");
+    EXPECT_EQ(ini.Open(kName), 1);
     EXPECT_EQ(ini.GetSectionNames(nullptr, 4), 0u);
     EXPECT_EQ(ini.GetKeyValue(L"s", L"k", L"d", nullptr, 4), 0u);
-    WritePrivateProfileSection(L"s", L"k=v\0", kName);
+    EXPECT_EQ(ini.PutSection(L"s", L"k=v\0"), 1);
     EXPECT_EQ(GetPrivateProfileString(nullptr, L"k", L"d", out, 4, kName), 1u);
     EXPECT_STREQ(out, L"s") << "the names of the sections";
     EXPECT_EQ(GetPrivateProfileSection(L"s", out, 4, kName), 2u);
