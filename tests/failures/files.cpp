@@ -113,9 +113,9 @@ void EditIni(int variant) {
     if (*g_failure.calls == '\0') {
         constexpr rlimit none{RLIM_INFINITY, RLIM_INFINITY};
         rlimit tight = none;
-        bool const fits = variant % 2 == 0;
+        bool const fits = variant % 3 == 0;
         auto const [least, most] = std::minmax({before.size(), after.size()});
-        tight.rlim_cur = fits ? most : least;
+        tight.rlim_cur = fits ? most : variant % 3 == 1 ? least : least / 2;
         WriteFile("f.ini", before);
         setrlimit(RLIMIT_FSIZE, &tight);
         std::string const& allowed = edit.Apply(ini) == 1 || fits ? after : before;

@@ -112,10 +112,6 @@ TEST_F(File, HasNoSizeOrPositionWhereAnIntHasNone) {
     file.Close();
     EXPECT_EQ(file.Open("pipe", 7), FILE_STATUS_OK);
     EXPECT_EQ(file.Size(), 0) << "no position";
-    file.Close();
-    EXPECT_EQ(file.Open("/proc/filesystems", FILE_MODE_READ), FILE_STATUS_OK);
-    Read();
-    EXPECT_EQ(file.Size(), 0) << "no end";
 }
 
 } // namespace
