@@ -35,10 +35,17 @@ std::wstring Text(Input& input, unsigned limit) {
     return text + L'\0';
 }
 
-// The scans begin at the start of the file and go on from each other.
-void CheckScans(Input& input, DIniImpl& ini, std::string& text) {
+// The scans begin at the start of the file and go on from each other. Without an open file each
+// operation fails, and so does an edit without a value.
+void CheckScans(Input& input, DIni& face, std::string& text) {
+    auto& ini = static_cast<DIniImpl&>(*face.m_impl);
     model::IniFile const file(text);
-    AGREE(ini.Open(kName) == 1);
+    face.Close();
+    AGREE(!ini.GetSection() && !ini.GetKey() && !ini.FindSection(L"a") && !ini.FindKey(L"k"));
+    AGREE(!ini.ReplaceKey(L"a", L"k", L"v") && !ini.DeleteKey(L"a", L"k"));
+    AGREE(!ini.ReplaceSection(L"a", L"") && !ini.DeleteSection(L"a"));
+    AGREE(face.Open(kName) == 1 && ini.m_lineStart == 0 && ini.m_value == ini.m_line);
+    AGREE(!ini.ReplaceKey(L"a", L"k", nullptr));
     for (std::size_t line = 0; line <= file.End() && input.Below(8) != 7;) {
         bool const isKey = input.Below(2) == 0;
         std::size_t const stop = file.Next(line, isKey ? "[=" : "[");
@@ -57,21 +64,25 @@ void CheckScans(Input& input, DIniImpl& ini, std::string& text) {
     }
 }
 
-// The room in front of a moved tail keeps its old bytes, and zeros where it had none.
-void CheckMove(Input& input, DIniImpl& ini, std::string& file) {
-    std::size_t const source = std::min<std::size_t>(input.Byte(), file.size());
-    std::size_t const target = input.Byte();
+// The room in front of a moved tail keeps its old bytes, and zeros where it had none. No tail is
+// moved to or from a place before the file.
+void CheckMove(Input& input, DIni& face, std::string& file) {
+    auto& ini = static_cast<DIniImpl&>(*face.m_impl);
+    long const from = input.Byte();
+    long const to = input.Byte();
+    std::strcpy(ini.m_mode, "rb+");
+    AGREE(!ini.FileMove(-1, to) && !ini.FileMove(from, -1) && ini.FileMove(from, to));
+    std::size_t const source = std::min<std::size_t>(from, file.size());
+    std::size_t const target = to;
     std::size_t const start = std::min(source, target);
     std::size_t const growth = std::max(source, target) - source;
     std::string room = file.substr(source, growth);
     room.resize(source < file.size() ? growth : 0);
     file.insert(source, room).erase(start, source - start);
-    std::strcpy(ini.m_mode, "rb+");
-    AGREE(ini.FileMove(static_cast<long>(source), static_cast<long>(target)));
 }
 
 // What is read, and then one edit.
-void CheckEdit(Input& input, DIniImpl& ini, std::string& file) {
+void CheckEdit(Input& input, DIni& ini, std::string& file) {
     std::wstring const texts[] = {Text(input, 8), Text(input, 8), Text(input, 40)};
     auto const maybe = [&](int at) { return input.Below(16) < 15 ? texts[at].c_str() : nullptr; };
     wchar_t const* const section = maybe(0);
@@ -122,9 +133,9 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     Input input(data, size);
     std::string file = Bytes(input, 1000);
     WriteFile("f.ini", file);
-    DIniImpl ini(kName);
-    constexpr void (*checks[])(Input&, DIniImpl&, std::string&) = {CheckEdit, CheckEdit, CheckEdit,
-                                                                   CheckScans, CheckMove};
+    DIni ini(kName);
+    constexpr void (*checks[])(Input&, DIni&, std::string&) = {CheckEdit, CheckEdit, CheckEdit,
+                                                               CheckScans, CheckMove};
     for (int calls = 0; calls < 12 && !input.IsEmpty(); ++calls) {
         checks[input.Below(5)](input, ini, file);
         std::ostringstream stored;

@@ -1,8 +1,6 @@
 // Message queues and rings, each beside a model of it, on one thread.
 #include "fuzz/input.h"
-#include <verrick/handles.h>
-#include <verrick/queues.h>
-#include <verrick/rings.h>
+#include <verrick/verrick.h>
 
 #include <array>
 #include <cerrno>

@@ -111,15 +111,15 @@ bool IniFile::IsRegular() const {
 }
 
 bool IniFile::IsLineStart(long offset, bool* isStart) const {
-    char last = '\n';
-    bool const read = offset == 0 || Read(offset - 1, &last, 1);
+    char last = '\0';
+    bool const read = Read(offset - 1, &last, 1);
     *isStart = last == '\n';
     return read;
 }
 
 bool IniFile::Replace(long start, long end, char const* text, std::size_t textBytes) {
     struct stat status {};
-    if (fstat(m_descriptor, &status) != 0 || textBytes > static_cast<std::size_t>(kLongest)) {
+    if (fstat(m_descriptor, &status) != 0) {
         return false;
     }
     long const size = status.st_size;

@@ -29,8 +29,8 @@ public:
     // Returns whether this is a regular file. Nothing else is edited.
     bool IsRegular() const;
 
-    // Tells in *isStart whether a line may begin at the offset. At the end of a file whose last
-    // line has no line end none may. Returns false if the file can't be read.
+    // Tells in *isStart whether a line may begin at the offset, which is above 0. At the end of a
+    // file whose last line has no line end none may. Returns false if the file can't be read.
     bool IsLineStart(long offset, bool* isStart) const;
 
     // Puts text in the place of the bytes from start to end. Offsets beyond the end of the file

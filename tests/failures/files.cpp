@@ -20,7 +20,8 @@ using namespace std::string_literals;
 constexpr Edit kEdits[] = {
     {L"s0", L"k1", L"a value that is longer than the one before"},
     {L"s0", L"k1", L"nineteen bytes, too"},
-    {L"new", L"k", L"value"},
+    // A new section in the smallest file, and a new key in the larger ones.
+    {L"s99", L"new", L"value"},
     {L"s0", L"k1", nullptr},
     {L"s1", nullptr, L"first=1\0second=2\0"},
     // s7 is the last section of the smallest file.
@@ -46,11 +47,6 @@ std::string WithoutBlankLines(std::string text) {
     return text;
 }
 
-std::string Stored() {
-    std::ifstream file("f.ini", std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
 } // namespace
 
 void CopyText(int) {
@@ -60,6 +56,13 @@ void CopyText(int) {
     Arm();
     GoOnAfter([&] { myfgetws(line, 16, stream.get()); });
     Say{std::ftell(stream.get()), line[0] == L'~'};
+}
+
+void LockIni(int) {
+    Arm();
+    IniFileLock const lock(L"f.ini", IniFileLock::Exclusive, 0);
+    int const error = errno;
+    Say{lock.Owns(), lock.Owns() ? 0 : error};
 }
 
 // From a file, and from a pipe.
@@ -79,7 +82,7 @@ void ReadIni(int variant) {
 }
 
 // Files that fit one block, several blocks, and several moves, and one for a derived class. The
-// edit is made again. Without a failure that is where the file has no room to grow.
+// edit is made again. Without a failure that is where a limit just lets it, or just not.
 void EditIni(int variant) {
     struct Derived : DIniImpl {
         using DIniImpl::DIniImpl;
@@ -97,7 +100,7 @@ void EditIni(int variant) {
     bool isEdited = false;
     Arm();
     GoOnAfter([&] { isEdited = edit.Apply(ini) == 1; });
-    std::string const left = Stored();
+    std::string const left = Stored("f.ini");
     std::string const& after = edited.emplace(variant, left).first->second;
     std::string const lines = WithoutBlankLines(left);
     bool const isWhole = lines == WithoutBlankLines(before) || lines == WithoutBlankLines(after);
@@ -106,16 +109,18 @@ void EditIni(int variant) {
                   : left == fresh  ? "the new file"
                   : isWhole        ? "old or new lines"
                                    : "damaged"};
-    bool isUsable = left != before || (edit.Apply(ini) == 1 && Stored() == after);
+    bool isUsable = left != before || (edit.Apply(ini) == 1 && Stored("f.ini") == after);
     if (*g_failure.calls == '\0') {
         constexpr rlimit none{RLIM_INFINITY, RLIM_INFINITY};
         rlimit tight = none;
-        tight.rlim_cur = variant % 2 == 0 ? before.size() / 2 : before.size() + 1;
+        bool const fits = variant % 3 == 0;
+        auto const [least, most] = std::minmax({before.size(), after.size()});
+        tight.rlim_cur = fits ? most : variant % 3 == 1 ? least : least / 2;
         WriteFile("f.ini", before);
         setrlimit(RLIMIT_FSIZE, &tight);
-        std::string const& allowed = edit.Apply(ini) == 1 ? after : before;
+        std::string const& allowed = edit.Apply(ini) == 1 || fits ? after : before;
         setrlimit(RLIMIT_FSIZE, &none);
-        isUsable = isUsable && Stored() == allowed;
+        isUsable = isUsable && Stored("f.ini") == allowed;
     }
     Say{isUsable ? "usable" : "not usable"};
 }
@@ -129,7 +134,7 @@ void RemoveLongSection(int) {
     DIni ini(L"f.ini");
     Arm();
     GoOnAfter([&] { Say{ini.PutSection(L"long", nullptr)}; });
-    Say{WithoutBlankLines(Stored()).find(others) != others.npos};
+    Say{WithoutBlankLines(Stored("f.ini")).find(others) != others.npos};
 }
 
 void OpenFiles(int) {
@@ -157,7 +162,8 @@ void ListDirectories(int) {
     errno = 0;
     Arm();
     Say{list.FindFirst(L"tmp", &info), info.name[0] == L't', info.size};
-    Say{list.FindNext(&info), errno, list.FindFirst(L"tmp", &info)};
+    Say{list.FindNext(&info), errno, list.GetFullPath()[0] != L'x'};
+    Say{list.FindFirst(L"tmp", &info)};
 }
 
 void NameDirectories(int) {

@@ -1,12 +1,11 @@
 #include "tests/files/scratch.h"
-#include <verrick/listing.h>
-#include <verrick/paths.h>
-#include <verrick/search.h>
+#include <verrick/verrick.h>
 
 #include <cstring>
 #include <cwchar>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <malloc.h>
 #include <sys/stat.h>
 
 // A name that no file system here can have. The next readdir of the process returns it, if it isn't
@@ -68,6 +67,11 @@ TEST_F(Directories, AreScannedForTheLastNameOfAPath) {
     EXPECT_FALSE(list.FindNext(&info));
     EXPECT_FALSE(list.FindFirst(nullptr, nullptr));
     EXPECT_EQ(_findfirst(nullptr, nullptr), -1);
+    xDirStruct ended;
+    EXPECT_EQ(_findnext(reinterpret_cast<long>(&ended), &data), -1);
+    errno = 0;
+    EXPECT_EQ(_findclose(reinterpret_cast<long>(&ended)), -1);
+    EXPECT_EQ(errno, ENOENT);
     fs::create_directory("s");
     WriteFile("s/a.c", "");
     WriteFile("s/c\xFFz", "");
@@ -83,6 +87,11 @@ TEST_F(Directories, AreScannedForTheLastNameOfAPath) {
     EXPECT_STREQ(data.name, "c\xFFz");
     EXPECT_STREQ(info.name, L"c") << "up to the byte that can't be converted";
     EXPECT_EQ(list.GetFullPath(), Wide(scratch.path + "/s"));
+    std::size_t const memory = mallinfo2().uordblks;
+    for (int again = 0; again < 1000; ++again) {
+        EXPECT_EQ(Searched("s/c*"), Listed("s/c*"));
+    }
+    EXPECT_LT(mallinfo2().uordblks, memory + 8000);
 }
 
 TEST_F(Directories, TellTheStatusBehindALinkInTheNearestWords) {

@@ -2,6 +2,7 @@
 #include <verrick/file.h>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 
 namespace {
 
@@ -34,6 +35,7 @@ TEST_F(File, ModesKeepEmptyOrExtendAFile) {
         bool const accepted = reads || empties || mode == 10;
         WriteFile("file", "old");
         ASSERT_EQ(file.Open("file", mode), accepted ? FILE_STATUS_OK : FILE_STATUS_FAILED) << mode;
+        EXPECT_EQ(file.Position(), mode == 10 ? 3 : 0) << mode;
         EXPECT_EQ(fcntl(next, F_GETFD), accepted ? FD_CLOEXEC : -1) << "not inherited by programs";
         EXPECT_EQ(file.Open("missing", 1), accepted ? FILE_STATUS_FAILED : FILE_STATUS_NOT_FOUND);
         auto const [status, count, text] = Read();
@@ -46,10 +48,15 @@ TEST_F(File, ModesKeepEmptyOrExtendAFile) {
     }
 }
 
-TEST_F(File, OpensNoDirectory) {
-    EXPECT_EQ(file.Open(".", FILE_MODE_WRITE), FILE_STATUS_FAILED);
+TEST_F(File, RefusesEveryCallUntilItIsOpen) {
+    EXPECT_EQ(file.Open(".", FILE_MODE_WRITE), FILE_STATUS_FAILED) << "a directory";
     EXPECT_EQ(file.Open(nullptr, FILE_MODE_READ), FILE_STATUS_FAILED);
     EXPECT_EQ(Read(), (Transfer{FILE_STATUS_NOT_FOUND, 999, ""}));
+    EXPECT_EQ(Write("new"), FILE_STATUS_NOT_FOUND);
+    EXPECT_EQ(file.Seek(0, IFile::ORIGIN_BEGIN), FILE_STATUS_NOT_FOUND);
+    EXPECT_EQ(file.Position(), 0);
+    EXPECT_EQ(file.Size(), 0);
+    file.Flush();
 }
 
 TEST_F(File, OpensAWholeNameAndForgetsItWithClose) {
@@ -75,7 +82,9 @@ TEST_F(File, IsAtItsEndUntilASeekOrASizeLooksAgain) {
     EXPECT_EQ(file.Position(), 3);
     EXPECT_EQ(Read(), (Transfer{FILE_STATUS_OK, 9, " and more"}));
     EXPECT_EQ(Read(), end);
-    EXPECT_EQ(file.Seek(1, static_cast<IFile::origin_t>(3)), FILE_STATUS_FAILED);
+    for (int const origin : {-1, 3}) {
+        EXPECT_EQ(file.Seek(1, static_cast<IFile::origin_t>(origin)), FILE_STATUS_FAILED);
+    }
     EXPECT_EQ(file.Seek(-4, IFile::ORIGIN_CURRENT), FILE_STATUS_OK);
     EXPECT_EQ(Read(), (Transfer{FILE_STATUS_OK, 4, "more"}));
 }
@@ -99,6 +108,10 @@ TEST_F(File, HasNoSizeOrPositionWhereAnIntHasNone) {
     EXPECT_EQ(file.Seek(0, IFile::ORIGIN_END), FILE_STATUS_OK);
     EXPECT_EQ(file.Position(), 0);
     EXPECT_EQ(file.Seek(-1, IFile::ORIGIN_BEGIN), FILE_STATUS_FAILED);
+    mkfifo("pipe", 0600);
+    file.Close();
+    EXPECT_EQ(file.Open("pipe", 7), FILE_STATUS_OK);
+    EXPECT_EQ(file.Size(), 0) << "no position";
 }
 
 } // namespace

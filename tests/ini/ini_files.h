@@ -6,26 +6,15 @@
 
 #include <iterator>
 
-class IniFiles : public testing::Test {
-protected:
-    std::string Path(char const* file = "/f\u00fc.ini") const { return scratch.path + file; }
-    std::wstring Name(wchar_t const* file = L"/f\u00fc.ini") const {
-        return std::wstring(scratch.path.begin(), scratch.path.end()) + file;
-    }
+constexpr char kPath[] = "f\u00fc.ini";
+constexpr wchar_t kName[] = L"f\u00fc.ini";
 
-    void Store(std::string const& text) const { WriteFile(Path(), text); }
-    std::string Stored() const {
-        std::ifstream file(Path(), std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
+inline std::string Stored(char const* path = kPath) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
 
-    // The value of a key, or "?" if there is none.
-    std::wstring Value(wchar_t const* section, wchar_t const* key) const {
-        std::wstring out(6000, L'\0');
-        out.resize(GetPrivateProfileString(section, key, L"?", out.data(), 6000, Name().c_str()));
-        return out;
-    }
-
+struct IniFiles : testing::Test {
     Utf8Locale const utf8;
     Scratch const scratch;
 };

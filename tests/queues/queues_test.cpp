@@ -1,10 +1,11 @@
-#include <verrick/queues.h>
-#include <verrick/rings.h>
+#include <verrick/verrick.h>
 
 #include <gtest/gtest.h>
 
 #include <csignal>
 #include <future>
+#include <malloc.h>
+#include <semaphore>
 #include <thread>
 
 #include "tests/support/asleep.h"
@@ -27,15 +28,60 @@ protected:
     MsgQueue* queue = MsgQCreate(3, 1);
 };
 
+static std::binary_semaphore g_gate(0);
+
+// The first message is sent while the process has one thread. The receive holds the queue's lock
+// while it waits for the event.
+TEST_F(MessageQueue, KeepsEveryCallOutWhileAProgramOrACallHoldsIt) {
+    Send("x");
+    EXPECT_EQ(WaitForSingleObject(queue->m_lockEvent, 0), WAIT_OBJECT_0);
+    char received = '-';
+    std::thread holder([&] { MsgQReceive(queue, &received, 1, 0); });
+    AwaitOthersAsleep();
+    EXPECT_EQ(MsgQNumMsgs(queue), 1);
+    std::signal(SIGUSR1, [](int) { g_gate.acquire(); }); // the thread stands still in the handler
+    pthread_kill(holder.native_handle(), SIGUSR1);
+    std::thread first([this] { Send("y"); });
+    std::thread second([this] { Send("z"); });
+    AwaitOthersAsleep();
+    SetEvent(queue->m_lockEvent); // for the receive
+    SetEvent(queue->m_lockEvent); // for a send, if one waited for the event
+    AwaitOthersAsleep();
+    EXPECT_EQ(MsgQNumMsgs(queue), 1);
+    g_gate.release();
+    holder.join();
+    first.join();
+    second.join();
+    EXPECT_EQ(received, 'x');
+    EXPECT_EQ(MsgQNumMsgs(queue), 2);
+}
+
 TEST_F(MessageQueue, StartsTheTimeAnewForACallThatAMoveWakesInVain) {
-    auto const start = std::chrono::steady_clock::now();
-    auto first = Receive(400);
-    auto second = Receive(400);
-    std::this_thread::sleep_for(std::chrono::milliseconds(250));
-    EXPECT_EQ(Send("x"), 0);
-    first.wait();
-    second.wait();
-    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(600));
+    // Both deadlines lie in one second, and in two.
+    for (int const phaseMs : {100, 450}) {
+        auto const second =
+            std::chrono::ceil<std::chrono::seconds>(std::chrono::system_clock::now());
+        std::this_thread::sleep_until(second + std::chrono::milliseconds(phaseMs));
+        auto const start = std::chrono::steady_clock::now();
+        auto older = Receive(400);
+        auto younger = Receive(400);
+        std::this_thread::sleep_for(std::chrono::milliseconds(250));
+        EXPECT_EQ(Send("x"), 0);
+        older.wait();
+        younger.wait();
+        EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(600));
+    }
+}
+
+TEST_F(MessageQueue, WakesASenderThatWaitsForRoom) {
+    for (char const* const byte : {"a", "b", "c"}) {
+        EXPECT_EQ(Send(byte), 0);
+    }
+    std::thread sender([this] { MsgQSend(queue, "d", 1, INFINITE, 0); });
+    AwaitOthersAsleep();
+    EXPECT_EQ(Receive(0).get(), 'a');
+    sender.join();
+    EXPECT_EQ(MsgQNumMsgs(queue), 3);
 }
 
 static MsgQueue* s_queue = nullptr;
@@ -59,21 +105,10 @@ TEST_F(MessageQueue, PassesOnTheWakeUpOfACancelledReceiver) {
     cancelled.join();
 }
 
-TEST_F(MessageQueue, KeepsEveryCallOutWhileAProgramHoldsItsLockEvent) {
-    Send("x");
-    EXPECT_EQ(WaitForSingleObject(queue->m_lockEvent, 0), WAIT_OBJECT_0);
-    auto receiver = Receive(0);
-    std::jthread const first([this] { Send("y"); });
-    std::jthread const second([this] { Send("z"); });
-    AwaitOthersAsleep(); // one waits for the event, and the others for that one
-    EXPECT_EQ(MsgQNumMsgs(queue), 1);
-    SetEvent(queue->m_lockEvent);
-    EXPECT_EQ(receiver.get(), 'x');
-}
-
 TEST(Ring, KeepsOutWhileAProgramHoldsItsLock) {
     RingBuffer* const ring = RingCreate(8);
     EnterCriticalSection(&ring->m_lock);
+    EnterCriticalSection(&ring->m_lock); // doesn't count
     std::thread putter([ring] { RingBufPut(ring, "x", 1); });
     AwaitOthersAsleep();
     EXPECT_EQ(ring->m_count, 0);
@@ -81,4 +116,16 @@ TEST(Ring, KeepsOutWhileAProgramHoldsItsLock) {
     putter.join();
     EXPECT_EQ(RingNBytes(ring), 1);
     RingDelete(ring);
+}
+
+TEST(QueuesAndRings, GiveTheirMemoryBack) {
+    std::size_t const before = mallinfo2().uordblks;
+    for (int i = 0; i < 1000; ++i) {
+        MsgQDelete(MsgQCreate(1, 1));
+        RingDelete(RingCreate(1));
+    }
+    EXPECT_LT(mallinfo2().uordblks, before + 8000);
+    MsgQueue* const longest = MsgQCreate(0, 0x7FFFFFFF);
+    EXPECT_EQ(MsgQNumMsgs(longest), 0);
+    MsgQDelete(longest);
 }

@@ -37,6 +37,7 @@ struct Model {
     verrick::WaitingSides sides;
     ModelThread threads[4];
     std::vector<int> asleep; // in the order of the lists
+    bool isInOrder = true;   // the oldest call was woken each time, and waited for its post
 
     // Free slots or messages.
     int Supply(Side side) const { return side == kSenders ? capacity - messages : messages; }
@@ -51,15 +52,22 @@ struct Model {
             thread.isCancelled = action == kCancel;
         }
         if (verrick::WaitingCall* const woken = sides.TakeWoken()) {
+            auto const isOfSide = [&](int each) { return threads[each].side == woken->m_side; };
+            auto const oldest = std::ranges::find_if(asleep, isOfSide);
+            isInOrder = isInOrder && woken == &*threads[*oldest].wait;
             woken->Post();
         }
         std::erase_if(asleep, [this](int each) { return !threads[each].IsAsleep(); });
     }
 
-    // A post that doesn't come shows as the test's own time-out.
+    // A post that doesn't come shows as the test's own time-out. One that isn't waited for would
+    // come to a call that is gone.
     void Look(ModelThread& thread, int number) {
         if (thread.IsWoken()) {
+            int posts = -1;
             thread.wait->AwaitPost();
+            sem_getvalue(&thread.wait->m_post, &posts);
+            isInOrder = isInOrder && posts == 0;
         }
         if (Supply(thread.side) > 0) {
             thread.wait.reset();
@@ -110,6 +118,7 @@ TEST_P(WaitingSides, NeverLeaveAMessageOrASlotToSleepers) {
             model.Do(thread, action);
         }
         ASSERT_EQ(model.sides.IsEmpty(), model.asleep.empty());
+        ASSERT_TRUE(model.isInOrder);
         ASSERT_TRUE(model.KeepsTheRule(kSenders));
         ASSERT_TRUE(model.KeepsTheRule(kReceivers));
         for (bool const isNew = seen.insert(model.State()).second; int thread : {0, 1, 2, 3}) {

@@ -1,38 +1,35 @@
-#include <verrick/conversion.h>
-#include <verrick/debug.h>
-#include <verrick/printing.h>
-#include <verrick/search.h>
-#include <verrick/strings.h>
+#include <verrick/verrick.h>
 
 #include <gtest/gtest.h>
 
-#include <memory>
+#include <initializer_list>
 #include <string>
 
 namespace {
 
 TEST(Strings, MayBeNull) {
-    EXPECT_EQ(std::unique_ptr<wchar_t[]>(_strdup(nullptr)), nullptr);
-    EXPECT_EQ(_trim(nullptr), nullptr);
-    EXPECT_EQ(_strupr(nullptr), nullptr);
-    EXPECT_EQ(_wcstol(nullptr), 0);
     wchar_t text[] = L"a";
     char narrow[] = "b";
-    EXPECT_EQ(_wcstok(text, nullptr), nullptr);
-    EXPECT_EQ(_stricmp(nullptr, nullptr), 0);
+    for (void const* const result : std::initializer_list<void const*>{
+             _strdup(nullptr), _trim(nullptr), _strupr(nullptr), _wcstok(text, nullptr),
+             myfgets(narrow, 2, nullptr), myfgets(nullptr, 2, stdin), myfgets(narrow, 0, stdin),
+             myfgetws(text, 2, nullptr), myfgetws(nullptr, 2, stdin), myfgetws(text, 0, stdin)}) {
+        EXPECT_EQ(result, nullptr);
+    }
     EXPECT_EQ(_stricmp(nullptr, L""), -1);
     EXPECT_EQ(_stricmp(L"", nullptr), 1);
+    for (int const result : {_stricmp(nullptr, nullptr), WildCardMatch("a", nullptr),
+                             MBSToAscii(nullptr, L"a", 4), MBSToAscii(narrow, nullptr, 4),
+                             AsciiToMBS(nullptr, "a", 4), AsciiToMBS(text, nullptr, 4)}) {
+        EXPECT_EQ(result, 0);
+    }
+    EXPECT_EQ(_wcstol(nullptr), 0);
     EXPECT_EQ(WildCardMatch(nullptr, "a"), 1);
-    EXPECT_EQ(WildCardMatch("a", nullptr), 0);
     EXPECT_EQ(WildCardMatch("", nullptr), 1);
-    EXPECT_EQ(MBSToAscii(nullptr, L"a", 4), 0);
-    EXPECT_EQ(AsciiToMBS(text, nullptr, 4), 0);
-    EXPECT_EQ(myfgets(narrow, 2, nullptr), nullptr);
-    EXPECT_EQ(myfgetws(nullptr, 2, stdin), nullptr);
-    EXPECT_EQ(myfgetws(text, 0, stdin), nullptr);
-    EXPECT_EQ(_sprintf(nullptr, L"%s", L"a"), -1);
-    EXPECT_EQ(_sprintf(text, nullptr), -1);
-    EXPECT_EQ(DbgMsg(nullptr), -1);
+    for (int const result :
+         {_sprintf(nullptr, L"%s", L"a"), _sprintf(text, nullptr), DbgMsg(nullptr)}) {
+        EXPECT_EQ(result, -1);
+    }
     EXPECT_EQ(DbgMsg("%s", std::string(1000, 'x').c_str()), 1000);
     OutputDebugString(nullptr);
 }
@@ -49,12 +46,13 @@ TEST(Strings, AreCutIntoTokensOfOneSearch) {
 }
 
 // A fortified libc would end the program for a format that isn't constant.
-TEST(Printing, StoresACountInTheMiddle) {
+TEST(Printing, StoresACountInTheMiddleAndTakesWholeConversions) {
     wchar_t text[512];
     int count = 0;
     std::wstring const format = L"%s%n!";
     EXPECT_EQ(_sprintf(text, format.c_str(), L"ab", &count), 3);
     EXPECT_EQ(count, 2);
+    EXPECT_EQ(_sprintf(text, L"%s%5", L"ab"), -1) << "a conversion without a letter";
 }
 
 } // namespace

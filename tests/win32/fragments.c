@@ -1,10 +1,10 @@
 /* Fragments in the manner of Win32 programs, which C99 and C++11 compile unchanged. Each returns 0,
  * or the line at which it failed. They run in a folder with a file "data" of 5 bytes, a read-only
- * file "fixed.ini" and a folder "inner". VERRICK_RECURSIVE_SECTIONS is defined for them. */
-#include "tests/win32/fragments.h"
-
+ * file "fixed.ini", a file ".hidden", a link "broken" that leads nowhere, and a folder "inner".
+ * VERRICK_RECURSIVE_SECTIONS is defined for them. */
 #include <verrick/win32.h>
 
+#include <errno.h>
 #include <stdio.h>
 #include <string.h>
 
@@ -12,103 +12,126 @@
     if (!(condition))                                                                              \
     return __LINE__
 
-static int WaitOnEvents(void) {
-    HANDLE const latch = CreateEventW(NULL, TRUE, FALSE, TEXT("latch"));
-    HANDLE const turn = CreateEvent(NULL, FALSE, TRUE, NULL);
-    CHECK(WaitForSingleObject(turn, INFINITE) == WAIT_OBJECT_0);
-    switch (WaitForSingleObject(turn, 0)) {
-    case WAIT_OBJECT_0:
+static int WaitOnHandles(void) {
+    LONG narrow = 7;
+    long wide = 7;
+    HANDLE const latch = CreateEventW(NULL, TRUE, TRUE, TEXT("latch"));
+    HANDLE const slots = CreateSemaphoreW(NULL, 1, 3, NULL);
+    switch (WaitForSingleObject(latch, INFINITE)) {
+    case WAIT_TIMEOUT:
     case WAIT_ABANDONED:
     case WAIT_FAILED:
         return __LINE__;
     }
-    CHECK(SetEvent(latch) && WaitForSingleObject(latch, 0) == WAIT_OBJECT_0);
-    CHECK(ResetEvent(latch) && WaitForSingleObject(latch, 0) == WAIT_TIMEOUT);
-    CHECK(CloseHandle(latch) && CloseHandle(turn) && !CloseHandle(NULL));
-    return 0;
-}
-
-static int ReadPreviousCounts(void) {
-    LONG narrow;
-    long wide;
-    HANDLE const slots = CreateSemaphoreW(NULL, 1, 4, NULL);
+    CHECK(!ReleaseSemaphore(slots, 0, &narrow) && narrow == 7);
     CHECK(ReleaseSemaphore(slots, 1, &narrow) && narrow == 1);
     CHECK(ReleaseSemaphore(slots, 1, &wide) && wide == 2);
-    narrow = 7;
-    CHECK(!ReleaseSemaphore(slots, 0, &narrow) && narrow == 7);
-    CHECK(ReleaseSemaphore(slots, 1, NULL));
-    CHECK(!ReleaseSemaphore(slots, 1, &narrow) && narrow == 4);
-    CHECK(CloseHandle(slots));
+    CHECK(!ReleaseSemaphore(slots, 1, &narrow) && narrow == 3);
+    CHECK(CloseHandle(latch) && CloseHandle(slots) && !CloseHandle(NULL));
     return 0;
-}
-
-static CRITICAL_SECTION g_section;
-
-static int AddNested(int amount) {
-    int sum;
-    EnterCriticalSection(&g_section);
-    sum = amount == 0 ? 0 : amount + AddNested(amount - 1);
-    LeaveCriticalSection(&g_section);
-    return sum;
 }
 
 static int EnterNested(void) {
-    LPCRITICAL_SECTION const section = &g_section, same = section;
+    CRITICAL_SECTION record;
+    LPCRITICAL_SECTION const section = &record, same = section;
     CHECK(InitializeCriticalSectionAndSpinCount(section, 4000));
-    CHECK(AddNested(4) == 10);
-    CHECK(TryEnterCriticalSection(section) && TryEnterCriticalSection(same));
+    EnterCriticalSection(section);
+    CHECK(TryEnterCriticalSection(same));
     LeaveCriticalSection(section);
     LeaveCriticalSection(section);
     DeleteCriticalSection(section);
     return 0;
 }
 
-static int CountReferencesAndSpin(void) {
-    LONG references = 1;
+static int CountReferences(void) {
+    LONG volatile references = 1;
     long asLong = 1;
-    LONG volatile lock = 0;
     CHECK(InterlockedIncrement(&references) == 2);
     CHECK(InterlockedExchangeAdd(&references, 3) == 2);
-    CHECK(InterlockedDecrement(&references) == 4);
     CHECK(InterlockedDecrement(&asLong) == 0);
-    while (InterlockedCompareExchange(&lock, 1, 0) != 0) {
-        Sleep(0);
-    }
-    CHECK(InterlockedCompareExchange(&lock, 5, 0) == 1);
-    CHECK(InterlockedExchange(&lock, 0) == 1 && lock == 0);
+    CHECK(InterlockedCompareExchange(&references, 1, 0) == 5 && references == 5);
+    CHECK(InterlockedCompareExchange(&references, 1, 5) == 5);
+    CHECK(InterlockedExchange(&references, 0) == 1 && references == 0);
     return 0;
 }
 
-static int ListTheFolder(void) {
-    FindData plain;
+/* How many entries a search finds. */
+static int Count(char const* spec) {
     struct _finddata_t found;
-    unsigned int folder = 99, fixed = 99, data = 99;
-    long search = _findfirst("d*", &plain);
-    CHECK(search != -1 && plain.size == 5 && _findclose(search) == 0);
-    search = _findfirst(".\\*.*", &found);
-    CHECK(search != -1L);
-    do {
-        folder = strcmp(found.name, "inner") == 0 ? found.attrib : folder;
-        fixed = strcmp(found.name, "fixed.ini") == 0 ? found.attrib : fixed;
-        data = strcmp(found.name, "data") == 0 && found.size == 5 ? found.attrib : data;
-    } while (_findnext(search, &found) == 0);
-    CHECK(folder == _A_SUBDIR && fixed == _A_RDONLY && data == _A_NORMAL);
-    CHECK(GetLastError() == ERROR_FILE_NOT_FOUND && _findclose(search) == 0);
-    CHECK(fopen("data/none", "rb") == NULL && GetLastError() == ERROR_PATH_NOT_FOUND);
+    long const search = _findfirst(spec, &found);
+    int count = 0;
+    for (int end = search == -1; end == 0; end = _findnext(search, &found)) {
+        ++count;
+    }
+    _findclose(search);
+    return count;
+}
+
+typedef struct {
+    char const* text;
+    unsigned int result;
+} Row;
+
+static int ListTheFolder(void) {
+    static Row const entries[] = {
+        {"inner", _A_SUBDIR},  {"fixed.ini", _A_RDONLY}, {"data", _A_NORMAL}, {"..", _A_SUBDIR},
+        {"broken", _A_NORMAL}, {".hidden", _A_HIDDEN},   {".", _A_SUBDIR}};
+    static Row const specs[] = {{"*.*", 7},  {".\\*.*", 7},   {"inner/*.*", 2}, {"*", 7},
+                                {"d*.*", 0}, {"none/*.*", 0}, {NULL, 0}};
+    char spec[4100];
+    struct _finddata_t found;
+    FindData plain;
+    CHECK(_findclose(_findfirst("d*", &plain)) == 0 && plain.size == 5);
+    for (size_t i = 0; i < _countof(entries); ++i) {
+        long const search = _findfirst(entries[i].text, &found);
+        CHECK(search != -1L && found.attrib == entries[i].result);
+        CHECK((found.size == 5) == (strcmp(found.name, "data") == 0));
+        CHECK(_findnext(search, &found) == -1 && _findclose(search) == 0);
+    }
+    for (size_t i = 0; i < _countof(specs); ++i) {
+        CHECK(Count(specs[i].text) == (int)specs[i].result);
+    }
+    memset(spec, '/', sizeof spec);
+    strcpy(spec + 4092, "*.*");
+    CHECK(Count(spec) == Count("//*"));
+    strcpy(spec + 4093, "*.*");
+    CHECK(Count(spec) == 0);
+    return 0;
+}
+
+static int TellErrors(void) {
+    static struct {
+        int error;
+        DWORD code;
+    } const errors[] = {{0, 0},           {ENOENT, 2},   {ENOTDIR, 3},        {EMFILE, 4},
+                        {ENFILE, 4},      {EACCES, 5},   {EPERM, 5},          {EBADF, 6},
+                        {ENOMEM, 8},      {EROFS, 19},   {EIO, 31},           {EBUSY, 32},
+                        {ETXTBSY, 32},    {EEXIST, 80},  {EINVAL, 87},        {ENOSPC, 112},
+                        {ETIMEDOUT, 121}, {ERANGE, 122}, {ENAMETOOLONG, 206}, {EAGAIN, 1450}};
+    for (size_t i = 0; i < _countof(errors); ++i) {
+        errno = errors[i].error;
+        CHECK(GetLastError() == errors[i].code);
+    }
     return 0;
 }
 
 static int ReadProfileNumbers(void) {
+    static struct {
+        LPCTSTR value;
+        int number;
+    } const rows[] = {{L"80 ; x", 80}, {L"4294967299", 3}, {L"+1/", 1},    {L"-3:", -3},
+                      {L"0", 0},       {L"8a", 8},         {L"0xfF", 255}, {L"-0X1g", -1},
+                      {L"0xaG", 10},   {L"0xA@", 10},      {L"0x9`", 9},   {L"x", 0},
+                      {L"", 7}};
     LPCTSTR const name = TEXT("numbers.ini");
-    WritePrivateProfileString(TEXT("net"), TEXT("port"), TEXT("8080 ; old"), name);
-    WritePrivateProfileStringW(L"net", L"mask", L"0xfF", name);
-    WritePrivateProfileString(_T("net"), _T("offset"), _T("-3"), name);
-    WritePrivateProfileString(_T("net"), _T("long"), _T("18446744073709551619"), name);
-    CHECK(GetPrivateProfileInt(_T("net"), _T("port"), 1, name) == 8080);
-    CHECK(GetPrivateProfileIntW(_T("net"), _T("mask"), 1, name) == 255);
-    CHECK((int)GetPrivateProfileInt(_T("net"), _T("offset"), 1, name) == -3);
-    CHECK(GetPrivateProfileInt(_T("net"), _T("long"), 1, name) == 3);
-    CHECK(GetPrivateProfileInt(_T("net"), _T("none"), 7, name) == 7);
+    for (size_t i = 0; i < _countof(rows); ++i) {
+        WritePrivateProfileString(TEXT("net"), TEXT("port"), rows[i].value, name);
+        CHECK((int)GetPrivateProfileInt(_T("net"), _T("port"), 7, name) == rows[i].number);
+    }
+    WritePrivateProfileStringW(L"net", L"port", L"1", name);
+    CHECK(GetPrivateProfileIntW(L"net", L"none", 7, name) == 7);
+    CHECK(GetPrivateProfileInt(NULL, _T("port"), 7, name) == 7);
+    CHECK(GetPrivateProfileInt(_T("net"), NULL, 7, name) == 7);
     CHECK(GetPrivateProfileInt(_T("net"), _T("port"), 7, _T("none/none.ini")) == 7);
     return 0;
 }
@@ -117,27 +140,29 @@ typedef size_t(CALLBACK* LengthProc)(LPCSTR text);
 
 static int CallALibrary(void) {
     HINSTANCE const self = LoadLibraryW(TEXT(""));
-    LengthProc const length = (LengthProc)GetProcAddress(self, "strlen");
-    FARPROC const none = GetProcAddress(self, "no such function");
-    CHECK(length != NULL && length("four") == 4);
-    CHECK(none == NULL && FreeLibrary(self) && !FreeLibrary(NULL));
+    FARPROC const length = GetProcAddress(self, "strlen");
+    CHECK(length != NULL && ((LengthProc)length)("four") == 4 && FreeLibrary(self));
     return 0;
 }
 
 static int JoinGenericText(void) {
     TCHAR text[512];
-    LPTSTR copy;
     CHECK(_stprintf(text, _T("%s-%d"), TEXT("ab"), 12) < (int)_countof(text));
-    copy = _tcsdup(text);
-    CHECK(copy != NULL && _tcsicmp(copy, _T("AB-12")) == 0);
+    LPTSTR const copy = _tcsdup(text);
+    CHECK(_tcsdup(NULL) == NULL && copy != NULL && _tcsicmp(copy, _T("AB-12")) == 0);
     free(copy);
     CHECK(_tcscmp(_tcstok(text, _T("-")), _T("ab")) == 0);
     CHECK(_tcstol(_tcstok(NULL, _T("-")), NULL, 10) == 12);
     return 0;
 }
 
-int (*const FRAGMENTS[])(void) = {
-    WaitOnEvents,           ReadPreviousCounts, EnterNested,
-    CountReferencesAndSpin, ListTheFolder,      CallALibrary,
-    JoinGenericText,        ReadProfileNumbers, NULL,
-};
+#ifdef __cplusplus
+#define FRAGMENTS g_fragmentsInCpp11
+extern "C" int (*const FRAGMENTS[])(void);
+#else
+#define FRAGMENTS g_fragmentsInC99
+#endif
+
+int (*const FRAGMENTS[])(void) = {WaitOnHandles,   EnterNested,        CountReferences,
+                                  ListTheFolder,   TellErrors,         CallALibrary,
+                                  JoinGenericText, ReadProfileNumbers, NULL};

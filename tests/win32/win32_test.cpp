@@ -2,13 +2,17 @@
 #include <verrick/verrick.h>
 
 #include "tests/files/scratch.h"
-#include "tests/win32/fragments.h"
 #include <verrick/win32.h>
 
 #include <algorithm>
+#include <atomic>
 #include <gtest/gtest.h>
 #include <thread>
 #include <vector>
+
+// What fragments.c offers, once as C99 and once as C++11. A null pointer ends the list.
+extern "C" int (*const g_fragmentsInC99[])(void);
+extern "C" int (*const g_fragmentsInCpp11[])(void);
 
 namespace {
 
@@ -18,6 +22,8 @@ void RunFragments(int (*const* fragment)(void)) {
     WriteFile("fixed.ini", "");
     std::filesystem::permissions("fixed.ini", std::filesystem::perms::owner_read);
     std::filesystem::create_directory("inner");
+    std::filesystem::create_symlink("none", "broken");
+    WriteFile(".hidden", "");
     for (; *fragment != nullptr; ++fragment) {
         EXPECT_EQ((*fragment)(), 0) << "that line of fragments.c failed";
     }
@@ -28,107 +34,86 @@ TEST(Win32, FragmentsInC99AndInCpp11CompileUnchangedAndWork) {
     RunFragments(g_fragmentsInCpp11);
 }
 
-DWORD RunToTheEnd(LPTHREAD_START_ROUTINE routine, LPVOID argument) {
-    HANDLE const thread = CreateThread(NULL, 0, routine, argument, 0, NULL);
-    DWORD code = 77;
-    EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
-    EXPECT_TRUE(GetExitCodeThread(thread, &code));
-    EXPECT_EQ(CloseHandle(thread), 1);
-    return code;
-}
-
 // The library's own call reads the word again. So two threads could get the same result, and a
 // reference counter would delete its object twice.
-struct SharedCounter {
-    LONG count = 2000000;
-    LONG volatile running = 0;
-    std::vector<char> results = std::vector<char>(2000000);
-};
-
-DWORD WINAPI CountDown(LPVOID counter) {
-    auto* const shared = static_cast<SharedCounter*>(counter);
-    InterlockedIncrement(&shared->running);
-    while (InterlockedCompareExchange(&shared->running, 2, 2) != 2) {
-    }
-    for (int i = 0; i < 1000000; ++i) {
-        LONG const result = InterlockedDecrement(&shared->count);
-        ++shared->results[static_cast<std::size_t>(result)];
-    }
-    return 1;
-}
-
 TEST(Win32, NoTwoThreadsGetTheSameResultFromACounter) {
-    SharedCounter counter;
-    std::thread other(CountDown, &counter);
-    EXPECT_EQ(RunToTheEnd(CountDown, &counter), 1U);
+    LONG counter = 2000000;
+    std::atomic<int> running{0};
+    std::vector<char> results(2000000);
+    auto const countDown = [&] {
+        for (++running; running < 2;) {
+        }
+        for (int i = 0; i < 1000000; ++i) {
+            ++results[static_cast<std::size_t>(InterlockedDecrement(&counter))];
+        }
+    };
+    std::thread other(countDown);
+    countDown();
     other.join();
-    EXPECT_EQ(std::count(counter.results.begin(), counter.results.end(), 1), 2000000);
-}
-
-DWORD WINAPI CanEnter(LPVOID section) {
-    bool const entered = static_cast<RecursiveSection*>(section)->TryEnter();
-    if (entered) {
-        static_cast<RecursiveSection*>(section)->Leave();
-    }
-    return entered ? 1 : 0;
+    EXPECT_EQ(std::count(results.begin(), results.end(), 1), 2000000);
 }
 
 TEST(Win32, RecursiveSectionIsFreeAfterAsManyLeavesAsEnters) {
     RecursiveSection section;
+    bool isFree = false;
+    auto const look = [&] {
+        isFree = section.TryEnter();
+        isFree ? section.Leave() : void();
+    };
     section.Enter();
     section.Enter();
     section.Leave();
-    EXPECT_EQ(RunToTheEnd(CanEnter, &section), 0U);
+    std::thread(look).join();
+    EXPECT_FALSE(isFree);
     section.Leave();
-    EXPECT_EQ(RunToTheEnd(CanEnter, &section), 1U);
-}
-
-unsigned __stdcall SetAndEnd(void* event) {
-    SetEvent(event);
-    _endthreadex(GetCurrentThreadId());
-}
-
-TEST(Win32, SuspendedThreadRunsAfterResumeAndTellsItsExitCode) {
-    HANDLE const ran = CreateEvent(NULL, TRUE, FALSE, NULL);
-    unsigned id = 0;
-    UINT_PTR const begun = _beginthreadex(NULL, 0, SetAndEnd, ran, CREATE_SUSPENDED, &id);
-    HANDLE const thread = reinterpret_cast<HANDLE>(begun);
-    DWORD code = 0;
-    EXPECT_EQ(WaitForSingleObject(thread, 20), WAIT_TIMEOUT);
-    EXPECT_EQ(WaitForSingleObject(ran, 0), WAIT_TIMEOUT);
-    EXPECT_TRUE(GetExitCodeThread(thread, &code));
-    EXPECT_EQ(code, STILL_ACTIVE);
-    EXPECT_FALSE(GetExitCodeThread(thread, NULL));
-    EXPECT_EQ(ResumeThread(thread), 1U);
-    EXPECT_EQ(ResumeThread(thread), 0U);
-    EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
-    EXPECT_TRUE(GetExitCodeThread(thread, &code));
-    EXPECT_EQ(code, id);
-    CloseHandle(thread);
-    CloseHandle(ran);
+    std::thread(look).join();
+    EXPECT_TRUE(isFree);
 }
 
 // The thread's local storage ends when g_go is set.
 HANDLE const g_go = CreateEvent(NULL, TRUE, FALSE, NULL);
 
-DWORD WINAPI EndLate(LPVOID) {
+DWORD WINAPI EndLate(LPVOID ran) {
     pthread_key_t key;
     pthread_key_create(&key, [](void* event) { WaitForSingleObject(event, INFINITE); });
     pthread_setspecific(key, g_go);
-    return 3;
+    SetEvent(ran);
+    return GetCurrentThreadId();
 }
 
-TEST(Win32, WaitForAThreadCoversTheEndOfItsLocalStorage) {
-    ResetEvent(g_go);
-    HANDLE const thread = CreateThread(NULL, 0, EndLate, NULL, 0, NULL);
-    EXPECT_EQ(WaitForSingleObject(thread, 20), WAIT_TIMEOUT);
-    unsigned long otherResult = WAIT_FAILED;
-    std::thread other([&] { otherResult = WaitForSingleObject(thread, INFINITE); });
-    SetEvent(g_go);
-    EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
-    other.join();
-    EXPECT_EQ(otherResult, WAIT_OBJECT_0);
-    CloseHandle(thread);
+unsigned __stdcall EndLateByCall(void* ran) {
+    _endthreadex(EndLate(ran));
+}
+
+TEST(Win32, ThreadRunsAfterResumeAndIsOverAfterItsLocalStorage) {
+    for (bool const isBegun : {true, false}) {
+        HANDLE const ran = CreateEvent(NULL, TRUE, FALSE, NULL);
+        DWORD id = 0;
+        DWORD code = 0;
+        ResetEvent(g_go);
+        HANDLE const thread = isBegun ? reinterpret_cast<HANDLE>(_beginthreadex(
+                                            NULL, 0, EndLateByCall, ran, CREATE_SUSPENDED, &id))
+                                      : CreateThread(NULL, 0, EndLate, ran, CREATE_SUSPENDED, &id);
+        EXPECT_EQ(WaitForSingleObject(thread, 20), WAIT_TIMEOUT);
+        EXPECT_EQ(WaitForSingleObject(ran, 0), WAIT_TIMEOUT);
+        EXPECT_TRUE(GetExitCodeThread(thread, &code));
+        EXPECT_EQ(code, STILL_ACTIVE);
+        EXPECT_FALSE(GetExitCodeThread(thread, NULL));
+        EXPECT_EQ(ResumeThread(thread), 1U);
+        EXPECT_EQ(ResumeThread(thread), 0U);
+        EXPECT_EQ(WaitForSingleObject(ran, INFINITE), WAIT_OBJECT_0);
+        EXPECT_EQ(WaitForSingleObject(thread, 20), WAIT_TIMEOUT);
+        unsigned long otherResult = WAIT_FAILED;
+        std::thread other([&] { otherResult = WaitForSingleObject(thread, INFINITE); });
+        SetEvent(g_go);
+        EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
+        other.join();
+        EXPECT_EQ(otherResult, WAIT_OBJECT_0);
+        EXPECT_TRUE(GetExitCodeThread(thread, &code));
+        EXPECT_EQ(code, id);
+        CloseHandle(thread);
+        CloseHandle(ran);
+    }
 }
 
 TEST(Win32, ThreadRunsOnWithoutItsHandle) {
@@ -148,7 +133,7 @@ TEST(Win32, WrongArgumentsAreRefused) {
     EXPECT_EQ(count, 5);
     EXPECT_EQ(CreateThread(NULL, 0, NULL, NULL, 0, NULL), HANDLE());
     EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
-    SIZE_T const tooMuch = static_cast<SIZE_T>(-1) / 4;
+    SIZE_T const tooMuch = static_cast<SIZE_T>(-1) / 4 * 3;
     EXPECT_EQ(CreateThread(NULL, tooMuch, EndLate, NULL, 0, NULL), HANDLE());
     EXPECT_EQ(GetLastError(), ERROR_NO_SYSTEM_RESOURCES);
     InitializeRecursiveSection(NULL);
