@@ -6,10 +6,6 @@
 #include <verrick/cpp/message_queue.h>
 #include <verrick/win32.h>
 
-#include <gtest/gtest.h>
-
-#include <utility>
-
 namespace {
 
 // Counts its closings.

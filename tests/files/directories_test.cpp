@@ -1,10 +1,5 @@
 #include "tests/files/scratch.h"
-#include <verrick/verrick.h>
 
-#include <cstring>
-#include <cwchar>
-#include <dlfcn.h>
-#include <fcntl.h>
 #include <malloc.h>
 #include <sys/stat.h>
 

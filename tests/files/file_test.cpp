@@ -1,7 +1,5 @@
 #include "tests/files/scratch.h"
-#include <verrick/file.h>
 
-#include <fcntl.h>
 #include <sys/stat.h>
 
 namespace {

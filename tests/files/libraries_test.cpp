@@ -1,10 +1,4 @@
 #include "tests/files/scratch.h"
-#include "tests/support/asleep.h"
-#include <verrick/libraries.h>
-
-#include <atomic>
-#include <dlfcn.h>
-#include <thread>
 
 // What the plug-in calls while the loader loads it and unloads it.
 extern "C" {

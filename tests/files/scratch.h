@@ -2,11 +2,9 @@
 #pragma once
 
 #include "tests/support/scratch_folder.h"
-
-#include <gtest/gtest.h>
+#include "tests/support/test.h"
 
 #include <clocale>
-#include <unistd.h>
 
 struct Utf8Locale {
     Utf8Locale() { EXPECT_NE(std::setlocale(LC_ALL, "C.UTF-8"), nullptr); }

@@ -2,13 +2,9 @@
 // signal and two wait, or one signals and three wait. What a thread does under the event's mutex is
 // one move.
 #include "frame/event_steps.h"
+#include "tests/support/test.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cstring>
 #include <set>
-#include <string>
 
 namespace {
 

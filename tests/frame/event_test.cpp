@@ -1,11 +1,5 @@
-#include <verrick/event.h>
-#include <verrick/semaphore.h>
-
-#include <gtest/gtest.h>
-
-#include <limits>
+#include "tests/support/test.h"
 #include <sys/syscall.h>
-#include <unistd.h>
 
 #include "frame/deadline.h"
 

@@ -1,10 +1,4 @@
-#include <verrick/frame.h>
-#include <verrick/interlocked.h>
-
-#include <gtest/gtest.h>
-
-#include <climits>
-#include <thread>
+#include "tests/support/test.h"
 
 TEST(Interlocked, ReturnsTheNewValueExceptForExchange) {
     int word = 10;

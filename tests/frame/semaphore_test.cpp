@@ -1,15 +1,8 @@
+#include "tests/support/test.h"
 #include <verrick/cpp/handle.h>
-#include <verrick/handles.h>
-#include <verrick/semaphore.h>
 
-#include <gtest/gtest.h>
-
-#include <climits>
-#include <dlfcn.h>
 #include <new>
 #include <sys/mman.h>
-#include <thread>
-#include <utility>
 
 namespace {
 

@@ -1,9 +1,5 @@
-#include <verrick/critical_section.h>
+#include "tests/support/test.h"
 #include <verrick/win32.h>
-
-#include <gtest/gtest.h>
-
-#include <thread>
 
 TEST(CriticalSectionTwins, DoNotNestAndDifferInNullAndInTheComplaintAboutAFailedLeave) {
     CRITICAL_SECTION section;

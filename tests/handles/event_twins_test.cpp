@@ -1,17 +1,5 @@
 // What both kinds of events promise alike.
-#include <verrick/event.h>
-#include <verrick/handles.h>
-
-#include <gtest/gtest.h>
-
-#include <cerrno>
-#include <dlfcn.h>
-#include <functional>
-#include <future>
-#include <thread>
-#include <utility>
-
-#include "tests/support/asleep.h"
+#include "tests/support/test.h"
 
 // Called once instead of the next timed wait, which ends with its time then. Gets the event's
 // mutex, which is locked.

@@ -1,8 +1,4 @@
-#include <verrick/handles.h>
-
-#include <gtest/gtest.h>
-
-#include <climits>
+#include "tests/support/test.h"
 
 namespace {
 

@@ -2,9 +2,6 @@
 #pragma once
 
 #include "tests/files/scratch.h"
-#include <verrick/ini.h>
-
-#include <iterator>
 
 constexpr char kPath[] = "f\u00fc.ini";
 constexpr wchar_t kName[] = L"f\u00fc.ini";

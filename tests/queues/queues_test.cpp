@@ -1,14 +1,7 @@
-#include <verrick/verrick.h>
-
-#include <gtest/gtest.h>
-
+#include "tests/support/test.h"
 #include <csignal>
-#include <future>
 #include <malloc.h>
 #include <semaphore>
-#include <thread>
-
-#include "tests/support/asleep.h"
 
 class MessageQueue : public testing::Test {
 protected:

@@ -2,16 +2,11 @@
 // and are cancelled at any moment. The steps on the lists are the queue's own. The model adds what
 // stands around them: the number of messages, and where each thread is.
 #include "queues/waiting_sides.h"
+#include "tests/support/test.h"
 
 #include <verrick/flat/handles.h>
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <optional>
 #include <set>
-#include <utility>
-#include <vector>
 
 using verrick::kReceivers;
 using verrick::kSenders;

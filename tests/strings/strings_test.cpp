@@ -1,9 +1,5 @@
-#include <verrick/verrick.h>
-
-#include <gtest/gtest.h>
-
+#include "tests/support/test.h"
 #include <initializer_list>
-#include <string>
 
 namespace {
 

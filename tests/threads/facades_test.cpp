@@ -1,10 +1,5 @@
 // What the facades return while they have no implementation, and what thread objects return while
 // they have no thread.
-#include <verrick/event.h>
-#include <verrick/interlocked.h>
-#include <verrick/semaphore.h>
-
-#include <unistd.h>
 
 #include "hooks.h"
 

@@ -1,7 +1,6 @@
 #include "hooks.h"
 
 #include <pthread.h>
-#include <utility>
 
 // A new thread's last call before it parks.
 extern "C" int pthread_setcancelstate(int state, int* old) {

@@ -2,19 +2,9 @@
 // steps in where the library calls the C library.
 #pragma once
 
-#include <verrick/thread.h>
-#include <verrick/time_primitives.h>
-#include <verrick/timers.h>
-
-#include <gtest/gtest.h>
-
-#include <atomic>
+#include "tests/support/test.h"
 #include <condition_variable>
-#include <dlfcn.h>
-#include <functional>
-#include <future>
 #include <mutex>
-#include <vector>
 
 // Values noted on one thread and waited for on another.
 template<class T>

@@ -1,14 +1,4 @@
-#include <verrick/tasks.h>
-#include <verrick/thread.h>
-
-#include <gtest/gtest.h>
-
-#include <memory>
-#include <thread>
-#include <unistd.h>
-
 #include "hooks.h"
-#include "tests/support/asleep.h"
 
 namespace {
 

@@ -1,7 +1,4 @@
-#include <verrick/time_primitives.h>
-
-#include <gtest/gtest.h>
-
+#include "tests/support/test.h"
 #include <ctime>
 #include <sys/select.h>
 

@@ -1,11 +1,7 @@
 // The timer engine on a clock that stands still. The library's sources are compiled into this
 // program, with the callouts below in the place of the library's own.
-#include <gtest/gtest.h>
-
-#include <thread>
 
 #include "hooks.h"
-#include "tests/support/asleep.h"
 
 namespace {
 

@@ -1,15 +1,7 @@
-#include <verrick/tasks.h>
-#include <verrick/timers.h>
-
-#include <gtest/gtest.h>
-
 #include <signal.h>
 #include <sys/wait.h>
-#include <thread>
-#include <unistd.h>
 
 #include "hooks.h"
-#include "tests/support/asleep.h"
 
 namespace {
 

@@ -1,12 +1,4 @@
-#include <verrick/worker_thread.h>
-
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <memory>
-
 #include "hooks.h"
-#include "tests/support/asleep.h"
 
 namespace {
 

@@ -1,14 +1,7 @@
 // The fragments of fragments.c, and what takes several threads.
-#include <verrick/verrick.h>
 
 #include "tests/files/scratch.h"
 #include <verrick/win32.h>
-
-#include <algorithm>
-#include <atomic>
-#include <gtest/gtest.h>
-#include <thread>
-#include <vector>
 
 // What fragments.c offers, once as C99 and once as C++11. A null pointer ends the list.
 extern "C" int (*const g_fragmentsInC99[])(void);
