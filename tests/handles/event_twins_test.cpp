@@ -182,22 +182,27 @@ TEST(EventHandle, APulseFreesOneBlockedThreadOfEitherKindAndLeavesTheEventUnsign
 
 #ifndef __SANITIZE_ADDRESS__ // its runtime takes the unwinding of a cancelled thread for an overrun
 
-TYPED_TEST(EventTwins, ACancelledWaiterPutsBackASignalThatNobodyElseWillHave) {
-    for (bool const isReset : {false, true}) {
+TYPED_TEST(EventTwins, ACancelledWaiterPassesItsSignalOnOrPutsItBack) {
+    enum Then { kNobodyWaits, kReset, kAnotherWaits };
+    for (Then const then : {kNobodyWaits, kReset, kAnotherWaits}) {
         TypeParam event;
+        std::future<bool> another;
         std::thread waiter([&] {
             g_insteadOfWait = [&](pthread_mutex_t* mutex) {
                 Unlocked const unlocked(mutex);
                 event.Signal();
-                if (isReset) {
+                if (then == kReset) {
                     event.Reset(); // then there is none to put back
+                } else if (then == kAnotherWaits) {
+                    another = std::async(std::launch::async, [&] { return event.Wait(-1); });
+                    AwaitOthersAsleep();
                 }
                 pthread_cancel(pthread_self());
             };
             event.Wait(1000);
         });
         waiter.join();
-        EXPECT_EQ(event.Wait(0), !isReset);
+        EXPECT_EQ(another.valid() ? another.get() : event.Wait(0), then != kReset);
     }
 }
 

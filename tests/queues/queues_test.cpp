@@ -66,17 +66,6 @@ TEST_F(MessageQueue, StartsTheTimeAnewForACallThatAMoveWakesInVain) {
     }
 }
 
-TEST_F(MessageQueue, WakesASenderThatWaitsForRoom) {
-    for (char const* const byte : {"a", "b", "c"}) {
-        EXPECT_EQ(Send(byte), 0);
-    }
-    std::thread sender([this] { MsgQSend(queue, "d", 1, INFINITE, 0); });
-    AwaitOthersAsleep();
-    EXPECT_EQ(Receive(0).get(), 'a');
-    sender.join();
-    EXPECT_EQ(MsgQNumMsgs(queue), 3);
-}
-
 static MsgQueue* s_queue = nullptr;
 
 // The thread that handles the signal waits in a receive. Its own message wakes it.

@@ -200,6 +200,40 @@ TEST(Thread, AllOthersWhoWaitAreReleasedWithTheOneThatJoins) {
     EXPECT_EQ(others[1].get(), WAIT_RESULT_OK);
 }
 
+TEST(Thread, HasOnePosixThreadAtMostAndTakesNothingWithoutIt) {
+    testing::internal::CaptureStdout();
+    struct Late : DThread {
+        Late() : DThread("late", 7, 0, 1) {}
+        void Run() override { ids.Note(gettid()); }
+        Recorder<int> ids;
+    } thread;
+    auto const takesNothing = [&] {
+        thread.SetName("other");
+        EXPECT_STREQ(thread.GetName(), "late");
+        EXPECT_EQ(thread.SetPriority(9), -1);
+        EXPECT_EQ(thread.GetPriority(), 7);
+        EXPECT_EQ(thread.GetThreadId(), -1);
+    };
+    takesNothing();
+    DThreadImpl own("own", 7, 0, 0, &thread); // creates the owner's thread
+    DThreadImpl second("second", 7, 0, 0, &thread);
+    second.Run();
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "DThreadImpl::Failed to create the thread.\n"
+              "DThreadImpl::Default Run called (Should not be called).\n");
+    int const id = thread.GetThreadId(); // also before it has begun
+    thread.Start();
+    thread.Start();
+    EXPECT_EQ(thread.WaitForThreadDeath(-1), WAIT_RESULT_OK);
+    EXPECT_EQ(thread.WaitForThreadDeath(0), WAIT_RESULT_OK);
+    EXPECT_EQ(thread.ids.Await(0), std::vector<int>{id});
+    EXPECT_FALSE(DThread::Create(&thread, 0, 0, 0));
+    EXPECT_EQ(thread.SetPriority(9), -1);
+    EXPECT_EQ(thread.GetThreadId(), -1);
+    thread.Kill();
+    takesNothing();
+}
+
 TEST(Task, RunsWithItsArgumentPriorityAndStack) {
     static Recorder<Properties> seen;
     auto const entry = [](void* to) { static_cast<Recorder<Properties>*>(to)->Note({}); };
