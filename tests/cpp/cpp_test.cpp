@@ -74,18 +74,19 @@ TEST(MessageQueue, DeliversWholeMessagesUrgentOnesFirst) {
 
 TEST(IniValues, DefaultStandsForWhatIsMissingOrMalformed) {
     Scratch const currentFolder;
-    WriteFile("a.ini",
-              "[s]\nempty=\nname=Ann Lee\nhex=-0x1F\nbig=2147483648\nunits=5 ms\nYes=ON\n");
+    WriteFile("a.ini", "[s]\nempty=\nname=Ann Lee\nYes=ON\nNo=OFF\n7=7\n-31=-0x1F\n32=0X20\n"
+                       "1=2147483648\n2=-2147483649\n3=9223372036854775808\n4=5 ms\n5=\n");
     DIni ini(L"a.ini");
     std::wstring const longDefault(3000, L'x');
     EXPECT_EQ(verrick::ReadString(ini, L"s", L"name"), L"Ann Lee");
     EXPECT_EQ(verrick::ReadString(ini, L"s", L"empty", L"default"), L"");
     EXPECT_EQ(verrick::ReadString(ini, L"s", L"none", longDefault), longDefault);
-    EXPECT_EQ(verrick::ReadInt(ini, L"s", L"hex", 7), -31);
-    EXPECT_EQ(verrick::ReadInt(ini, L"s", L"big", 7), 7);
-    EXPECT_EQ(verrick::ReadInt(ini, L"s", L"units", 7), 7);
-    EXPECT_EQ(verrick::ReadInt(ini, L"s", L"empty", 7), 7);
+    for (int const number : {7, -31, 32, 1, 2, 3, 4, 5}) { // the keys of 1 to 5 have no number
+        EXPECT_EQ(verrick::ReadInt(ini, L"s", std::to_wstring(number).c_str(), 6),
+                  number > 0 && number < 6 ? 6 : number);
+    }
     EXPECT_TRUE(verrick::ReadBool(ini, L"s", L"yes", false));
+    EXPECT_FALSE(verrick::ReadBool(ini, L"s", L"no", true));
     EXPECT_TRUE(verrick::ReadBool(ini, L"s", L"name", true));
     DIni closed(nullptr);
     EXPECT_EQ(verrick::ReadString(closed, L"s", L"name", L"default"), L"default");
