@@ -2,11 +2,6 @@
 #include "fuzz/ini_model.h"
 #include "tests/support/scratch_folder.h"
 
-#include <verrick/ini.h>
-
-#include <clocale>
-#include <cstring>
-
 namespace {
 
 constexpr wchar_t kName[] = L"f.ini";

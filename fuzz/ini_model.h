@@ -3,9 +3,7 @@
 
 #include "fuzz/text_model.h"
 
-#include <sstream>
 #include <string_view>
-#include <utility>
 
 namespace model {
 

@@ -1,12 +1,24 @@
-// The bytes of one input, handed out as the values that a target asks for.
+// What all targets use: the library, and the bytes of one input, handed out as the values that a
+// target asks for.
 #pragma once
 
+#include <verrick/verrick.h>
+
 #include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <clocale>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
+#include <deque>
+#include <memory>
+#include <sstream>
 #include <string>
+#include <utility>
+#include <vector>
 
 // Every value is there: once the bytes are used up, they are zero.
 class Input {

@@ -1,11 +1,7 @@
 // Message queues and rings, each beside a model of it, on one thread.
 #include "fuzz/input.h"
-#include <verrick/verrick.h>
 
 #include <array>
-#include <cerrno>
-#include <cstring>
-#include <deque>
 
 namespace {
 

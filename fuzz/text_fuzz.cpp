@@ -1,12 +1,7 @@
 // Calls on text and patterns.
 #include "fuzz/text_model.h"
 
-#include <verrick/verrick.h>
-
 #include <cctype>
-#include <clocale>
-#include <memory>
-#include <sstream>
 
 namespace {
 

@@ -3,9 +3,7 @@
 
 #include "fuzz/input.h"
 
-#include <climits>
 #include <cwctype>
-#include <vector>
 
 namespace model {
 

@@ -2,15 +2,10 @@
 // it is, and when the dispatcher delivers.
 #include "fuzz/input.h"
 #include "threads/timer_dispatch.h"
-#include <verrick/time_primitives.h>
 
-#include <cerrno>
-#include <climits>
 #include <cmath>
 #include <ctime>
-#include <deque>
 #include <map>
-#include <utility>
 
 namespace {
 

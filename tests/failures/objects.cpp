@@ -1,14 +1,8 @@
 // Scenarios of objects, handles, threads, timers, rings and queues.
 #include "tests/failures/calls.h"
-#include "tests/support/asleep.h"
+#include "tests/support/test.h"
 #include <verrick/cpp/handle.h>
 #include <verrick/ini_file_lock.h>
-#include <verrick/verrick.h>
-
-#include <cerrno>
-#include <functional>
-#include <memory>
-#include <thread>
 
 namespace {
 

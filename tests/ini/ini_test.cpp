@@ -1,18 +1,11 @@
 // What INI files and their locks promise besides the contents. The contents are compared with a
 // model by fuzz/ini_fuzz.cpp, and failing calls are tests/failures.
 #include "tests/ini/ini_files.h"
-#include "tests/support/asleep.h"
 
 #include <verrick/ini_file_lock.h>
 
-#include <cerrno>
-#include <chrono>
-#include <fcntl.h>
-#include <memory>
 #include <sys/stat.h>
 #include <sys/wait.h>
-#include <thread>
-#include <unistd.h>
 
 namespace {
 

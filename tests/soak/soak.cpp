@@ -9,7 +9,6 @@
 
 #include <verrick/cpp/handle.h>
 #include <verrick/ini_file_lock.h>
-#include <verrick/verrick.h>
 
 #include <array>
 #include <shared_mutex>
