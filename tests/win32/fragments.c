@@ -92,8 +92,9 @@ static int ListTheFolder(void) {
         CHECK(Count(specs[i].text) == (int)specs[i].result);
     }
     memset(spec, '/', sizeof spec);
+    spec[0] = '.';
     strcpy(spec + 4092, "*.*");
-    CHECK(Count(spec) == Count("//*"));
+    CHECK(Count(spec) == 7);
     strcpy(spec + 4093, "*.*");
     CHECK(Count(spec) == 0);
     return 0;
