@@ -44,7 +44,7 @@ TEST(TimerClock, DestroyInstanceWaitsForTheTickUnderWayAndForTheDispatcher) {
     EXPECT_FALSE(IsOver(end));
     engine.m_dispatch->Enqueue(&listener, 1);
     engine.m_dispatch->Enqueue(&listener, 2);
-    listener.noted.Await(2);
+    EXPECT_EQ(listener.noted.Await(2), (Ids{1, 2}));
     g_tick.Open();
 }
 
