@@ -21,6 +21,7 @@ FOLDERS = ('include', 'frame', 'threads', 'ini', 'handles', 'queues', 'files', '
 NAMED = Path('scripts/unreached.txt')
 ALLOCATION = re.compile(r'\b(new|delete)\b')
 CONDITION = re.compile(r'\b(if|for|while)\b|\?|&&|\|\|')
+COMMON = re.compile(r'\}|return\b[^?(]*;')  # a file may have several of them
 
 
 class Line:
@@ -86,6 +87,12 @@ def write_tracefile(files, path):
     path.write_text(json.dumps(tracefile))
 
 
+def name_of(lines, number):
+    """The line's text. A common line has the line before it in front."""
+    text = lines[number - 1].strip()
+    return f'{lines[number - 2].strip()} {text}' if COMMON.fullmatch(text) else text
+
+
 def read_named():
     """The lines that are named with a reason: see the head of the file."""
     named = {}
@@ -105,7 +112,7 @@ def main():
         for number, line in sorted(lines.items()):
             branches = line.branches() if line.count else []
             missed = branches.count(0)
-            text = texts[name][number - 1].strip()
+            text = name_of(texts[name], number)
             if (name, text) in named:
                 named[name, text] = True
             elif not line.count or missed:

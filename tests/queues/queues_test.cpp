@@ -101,6 +101,7 @@ TEST(Ring, KeepsOutWhileAProgramHoldsItsLock) {
 
 TEST_F(MessageQueue, OfTheLongestLengthMayHaveNoRoom) {
     MsgQueue* const longest = MsgQCreate(0, 0x7FFFFFFF);
+    ASSERT_NE(longest, nullptr);
     EXPECT_EQ(MsgQNumMsgs(longest), 0);
     MsgQDelete(longest);
 }

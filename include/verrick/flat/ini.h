@@ -63,8 +63,9 @@ VERRICK_API int AsciiToMBS(wchar_t* destination, char const* source, unsigned in
  * @param size bytes of buffer, at least 1.
  * @param stream the caller's, used by one thread at a time.
  *
- * Returns buffer. Returns null and leaves buffer alone at the end of the file, on a read error
- * before the first byte of a line, for a null argument and for a size of 0. Blocks on the stream.
+ * Returns buffer. Returns null and leaves buffer alone at the end of the file, and for a null
+ * argument or a size of 0. A read error before the first byte of a line is as the end of the file.
+ * Blocks on the stream.
  */
 VERRICK_API char* myfgets(char* buffer, unsigned int size, FILE* stream);
 
