@@ -1,7 +1,10 @@
 #include "threads/object_use.h"
 
+#include "frame/cancellation.h"
 #include "frame/relaxed.h"
 #include <verrick/thread.h>
+
+#include <climits>
 
 #include <unistd.h>
 
@@ -15,10 +18,28 @@ constexpr unsigned int kOneUse = 2;
 // run time.
 __attribute__((tls_model("initial-exec"))) thread_local ObjectUse* t_ofCallingThread = nullptr;
 
+// Before the last round, so that whatever must be the very last on a thread still is.
+constexpr int kLastExitRound = PTHREAD_DESTRUCTOR_ITERATIONS - 1;
+
 } // namespace
 
+// The destructor of a key is the last code on a thread that the C library calls. All threads have
+// this one. It is never deleted, as the library is never unloaded.
+struct ObjectUse::ExitKey {
+    ExitKey() : key(), exists(pthread_key_create(&key, &ObjectUse::OnExitRound) == 0) {}
+
+    pthread_key_t key;
+    bool const exists;
+
+    static ExitKey const& Get() {
+        static ExitKey const s_key;
+        return s_key;
+    }
+};
+
 ObjectUse::ObjectUse(DThreadImpl& object, DThread* owner)
-    : m_object(object), m_owner(owner), m_references(1), m_kernelId(0), m_uses(0) {}
+    : m_object(object), m_owner(owner), m_references(1), m_kernelId(0), m_uses(0),
+      m_isToldOfExit(false), m_exitRounds(0), m_exits(false) {}
 
 ObjectUse& ObjectUse::Of(DThread& thread) {
     return *thread.m_impl->m_use;
@@ -73,14 +94,47 @@ void ObjectUse::WaitUntilUnused() const {
     }
 }
 
+// If the system has no more keys, nothing tells of the exit.
 void ObjectUse::BecomeCallingThreads() {
     t_ofCallingThread = this;
+    ExitKey const& exit = ExitKey::Get();
+    m_isToldOfExit = exit.exists && pthread_setspecific(exit.key, this) == 0;
     m_kernelId.store(gettid(), std::memory_order_seq_cst); // as in End
     m_kernelId.notify_all();
 }
 
 void ObjectUse::EndOfCallingThread() {
     t_ofCallingThread = nullptr;
+    if (!m_isToldOfExit) {
+        ReleaseReference();
+    }
+}
+
+// The thread's other keys and thread_local objects go in the rounds before the last one.
+void ObjectUse::OnExitRound(void* use) {
+    auto& self = *static_cast<ObjectUse*>(use);
+    if (++self.m_exitRounds < kLastExitRound && pthread_setspecific(ExitKey::Get().key, use) == 0) {
+        return;
+    }
+    {
+        std::lock_guard const lock(self.m_exitLock);
+        self.m_exits = true;
+    }
+    self.ReleaseReference();
+}
+
+// glibc's pthread_detach lets the thread free itself, and then reads of it once more (its bug
+// 19951). So the thread must neither be near its end nor get there meanwhile.
+//
+// The calling thread itself is near its end if a later destructor of its own calls. It can't have
+// gone, so it may be detached.
+int ObjectUse::Detach(pthread_t thread) {
+    std::lock_guard const lock(m_exitLock);
+    if (!m_exits || pthread_equal(thread, pthread_self()) != 0) {
+        return pthread_detach(thread);
+    }
+    CancellationPutOff const putOff;
+    return pthread_join(thread, nullptr);
 }
 
 int ObjectUse::WaitForKernelId() const {

@@ -2,6 +2,9 @@
 #pragma once
 
 #include <atomic>
+#include <mutex>
+
+#include <pthread.h>
 
 class DThread;
 class DThreadImpl;
@@ -19,7 +22,9 @@ namespace verrick {
 //
 // An application's Run is no use in this sense. Its class answers for its own members.
 //
-// Everything is atomic, so no lock is needed.
+// All that is atomic, so no lock is needed.
+//
+// The block also knows whether the thread still exists, because others may detach it at any moment.
 class ObjectUse {
 public:
     // Holds one reference, the object's.
@@ -49,8 +54,12 @@ public:
 
     // The new thread's first step: announces its kernel id, and makes this the calling thread's.
     void BecomeCallingThreads();
-    // The thread's last step.
+    // The thread's last step in the library's own code. The thread's reference goes when the thread
+    // exits.
     void EndOfCallingThread();
+    // Detaches the thread, which nobody joins, and returns the error of that. A thread that is
+    // exiting is joined, which takes no longer than its exit. It is no cancellation point.
+    int Detach(pthread_t thread);
     // Blocks until the thread, which exists, has announced its kernel id. Returns the id.
     int WaitForKernelId() const;
 
@@ -62,12 +71,19 @@ public:
 private:
     ~ObjectUse() = default;
 
+    struct ExitKey;
+    static void OnExitRound(void* use);
+
     DThreadImpl& m_object;
     DThread const* const m_owner;
     std::atomic<int> m_references;
     std::atomic<int> m_kernelId; // 0 until announced
     // Twice the number of uses under way, plus 1 if the use is forbidden.
     std::atomic<unsigned int> m_uses;
+    bool m_isToldOfExit;   // the thread's own
+    int m_exitRounds;      // the thread's own: how often OnExitRound was called
+    std::mutex m_exitLock; // held during a detachment, so that the thread can't exit meanwhile
+    bool m_exits;          // the thread is exiting; guarded by m_exitLock
 };
 
 // A use under way, for a scope. It ends on every way out: also when the thread is cancelled, and

@@ -16,6 +16,12 @@ using Word = std::uintptr_t;
 enum : std::size_t { kEntry, kArgument, kPriority, kBlockWords = 5 };
 static_assert(sizeof(Entry) == sizeof(Word));
 
+// A thread may detach itself at any time. Another one could do so only while this one can't end.
+void* DetachAndMain(void* block) {
+    pthread_detach(pthread_self());
+    return ThreadMain(block);
+}
+
 } // namespace
 
 int ThreadSpawn(Entry entry, void* argument, int priority, long /*reserved1*/, long /*reserved2*/,
@@ -42,11 +48,10 @@ int ThreadSpawn(Entry entry, void* argument, int priority, long /*reserved1*/, l
     block[kArgument] = reinterpret_cast<Word>(argument);
     block[kPriority] = static_cast<Word>(priority);
     pthread_t thread{};
-    bool const isCreated = pthread_create(&thread, &attributes, &ThreadMain, block) == 0;
+    auto* const main = beginsDetached ? &ThreadMain : &DetachAndMain;
+    bool const isCreated = pthread_create(&thread, &attributes, main, block) == 0;
     if (!isCreated) {
         delete[] block; // a created thread frees it itself
-    } else if (!beginsDetached) {
-        pthread_detach(thread);
     }
     pthread_attr_destroy(&attributes);
     return isCreated ? 1 : 0;

@@ -156,7 +156,7 @@ DThreadImpl::JoinTurn::~JoinTurn() {
         m_impl.m_joined.store(1, relaxed);
         m_impl.m_state = isLetGo ? State::LetGo : State::Joined;
     } else if (!m_isJoined && isLetGo) {
-        pthread_detach(m_thread);
+        m_impl.m_use->Detach(m_thread);
     }
     pthread_cond_broadcast(&m_impl.m_deathCond);
 }
@@ -190,7 +190,6 @@ public:
             m_use.Object().m_hasEnded = true;
         }
         m_use.EndOfCallingThread();
-        m_use.ReleaseReference();
     }
     ThreadScope(ThreadScope const&) = delete;
     ThreadScope& operator=(ThreadScope const&) = delete;
@@ -374,7 +373,7 @@ void DThreadImpl::Kill() {
             break;
         case State::Started:
         case State::InRun:
-            isDetached = m_joining || pthread_detach(thread) == 0;
+            isDetached = m_joining || m_use->Detach(thread) == 0;
             break;
         case State::Joined:
             break;

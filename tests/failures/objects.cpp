@@ -4,6 +4,8 @@
 #include <verrick/cpp/handle.h>
 #include <verrick/ini_file_lock.h>
 
+#include <semaphore>
+
 namespace {
 
 // Notes that it was called.
@@ -122,15 +124,19 @@ void RunThreads(int) {
 
 // Parked, and in Run.
 void KillThreads(int variant) {
-    Callee callee;
-    Thread thread(callee);
+    static std::counting_semaphore<> s_mayEnd{0};
+    struct Busy : DThread {
+        Busy() : DThread(nullptr, 0, 0, 0) {}
+        void Run() override { s_mayEnd.acquire(); }
+    } thread;
     if (variant == 1) {
         thread.Start();
-        callee.called.wait(0);
+        AwaitOthersAsleep();
     }
     Arm();
     thread.Kill();
     Say{thread.GetThreadId()};
+    s_mayEnd.release(variant);
 }
 
 void RunTasks(int) {

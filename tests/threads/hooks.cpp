@@ -11,11 +11,6 @@ extern "C" int pthread_setcancelstate(int state, int* old) {
     return Real(pthread_setcancelstate, "pthread_setcancelstate")(state, old);
 }
 
-extern "C" int pthread_detach(pthread_t thread) noexcept {
-    ++g_detached;
-    return Real(pthread_detach, "pthread_detach")(thread);
-}
-
 extern "C" int pthread_getschedparam(pthread_t thread, int* policy, sched_param* param) noexcept {
     if (g_beforePriority) {
         std::exchange(g_beforePriority, {})();

@@ -93,9 +93,6 @@ Function* Real(Function*, char const* name) {
 // parked. The pointer becomes null, with a notice, when a thread gets there.
 inline std::atomic<Gate*> g_insideObject{nullptr};
 
-// How many threads have been detached.
-inline std::atomic<int> g_detached{0};
-
 // That many of the next waits without a time-out end at once, as if woken.
 inline std::atomic<int> g_spuriousWakeUps{0};
 

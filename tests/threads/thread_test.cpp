@@ -1,4 +1,5 @@
 #include "hooks.h"
+#include "tests/support/detach.h"
 
 namespace {
 
@@ -152,6 +153,27 @@ TEST(Thread, KillLetsOneInRunGoOnWithoutItsObject) {
         EXPECT_EQ(steps.Await(2).size(), 2U);
         AwaitOthersAsleep(); // the detached thread's last steps use this stack's objects
     }
+}
+
+TEST(Thread, CannotExitDuringItsDetachmentAndIsNotDetachedAfterwards) {
+    Gate gate;
+    Thread thread([&] {
+        pthread_key_t key;
+        pthread_key_create(&key, [](void* held) { static_cast<Gate*>(held)->Pass(); });
+        pthread_setspecific(key, &gate);
+    });
+    thread.Start();
+    AwaitOthersAsleep();
+    bool exists = false;
+    g_duringDetach = LookAfter([&] { gate.Open(); }, thread.GetThreadId(), exists);
+    thread.Kill();
+    EXPECT_TRUE(exists);
+    Thread ended([] {});
+    ended.Start();
+    AwaitOthersAsleep();
+    g_detached = 0;
+    ended.Kill();
+    EXPECT_EQ(g_detached, 0);
 }
 
 TEST(Thread, RunMayEndItsThreadAndThenAChangeOfPriorityLeavesItAlone) {

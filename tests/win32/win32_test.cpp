@@ -1,6 +1,7 @@
 // The fragments of fragments.c, and what takes several threads.
 
 #include "tests/files/scratch.h"
+#include "tests/support/detach.h"
 #include <verrick/win32.h>
 
 // What fragments.c offers, once as C99 and once as C++11. A null pointer ends the list.
@@ -115,6 +116,26 @@ TEST(Win32, ThreadRunsOnWithoutItsHandle) {
     auto const routine = [](LPVOID event) -> DWORD { return static_cast<DWORD>(SetEvent(event)); };
     CloseHandle(CreateThread(NULL, stack, routine, g_go, STACK_SIZE_PARAM_IS_A_RESERVATION, NULL));
     EXPECT_EQ(WaitForSingleObject(g_go, INFINITE), WAIT_OBJECT_0);
+}
+
+// As long as its handle is being closed, the system may still look at the thread.
+TEST(Win32, ThreadCannotExitDuringTheCloseOfItsHandle) {
+    HANDLE const ran = CreateEvent(NULL, FALSE, FALSE, NULL);
+    for (bool const hasExited : {false, true}) {
+        ResetEvent(g_go);
+        DWORD id = 0;
+        HANDLE const thread = CreateThread(NULL, 0, EndLate, ran, 0, &id);
+        WaitForSingleObject(ran, INFINITE);
+        hasExited ? static_cast<void>(SetEvent(g_go)) : void();
+        AwaitOthersAsleep();
+        bool exists = false;
+        g_detached = 0;
+        g_duringDetach = LookAfter([] { SetEvent(g_go); }, static_cast<int>(id), exists);
+        CloseHandle(thread);
+        EXPECT_EQ(exists, !hasExited);
+        EXPECT_EQ(g_detached, hasExited ? 0 : 1);
+    }
+    CloseHandle(ran);
 }
 
 TEST(Win32, WrongArgumentsAreRefused) {

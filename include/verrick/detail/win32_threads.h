@@ -17,6 +17,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <climits>
 #include <condition_variable>
 #include <cstddef>
 #include <memory>
@@ -79,8 +80,9 @@ private:
 class Thread {
 public:
     Thread(LPTHREAD_START_ROUTINE routine, LPVOID argument, bool isSuspended)
-        : m_routine(routine), m_argument(argument), m_thread(), m_isSuspended(isSuspended),
-          m_hasEnded(false), m_join(kNotJoined), m_id(0), m_exitCode(STILL_ACTIVE) {}
+        : m_routine(routine), m_argument(argument), m_thread(), m_exitRounds(0),
+          m_isSuspended(isSuspended), m_hasEnded(false), m_exits(false), m_join(kNotJoined),
+          m_id(0), m_exitCode(STILL_ACTIVE) {}
 
     /* Returns 0, or the error of the system, which then made no thread. */
     static int Start(std::shared_ptr<Thread> const& thread, std::size_t stackBytes, DWORD flags) {
@@ -139,12 +141,23 @@ public:
         return error == 0 ? WAIT_OBJECT_0 : WAIT_FAILED;
     }
 
-    /* Lets the thread run on by itself. Nobody waits for it any more. */
+    /* Lets the thread run on by itself. Nobody waits for it any more.
+     *
+     * glibc's pthread_detach lets the thread free itself, and then reads of it once more (its bug
+     * 19951). So a thread that is exiting is joined, which takes no longer than its exit. */
     void Detach() {
         std::lock_guard<std::mutex> const lock(m_lock);
-        if (m_join == kNotJoined) {
-            pthread_detach(m_thread);
+        if (m_join != kNotJoined) {
+            return;
         }
+        if (!m_exits || pthread_equal(m_thread, pthread_self()) != 0) {
+            pthread_detach(m_thread);
+            return;
+        }
+        int cancelState = 0;
+        pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancelState);
+        pthread_join(m_thread, nullptr);
+        pthread_setcancelstate(cancelState, nullptr);
     }
 
     /* Sets the exit code of the calling thread. Does nothing if CreateThread didn't make it. */
@@ -170,6 +183,33 @@ private:
         return end;
     }
 
+    /* The destructor of a key is the last code on a thread that the C library calls. */
+    struct ExitKey {
+        pthread_key_t key;
+        bool exists;
+
+        ExitKey() : key(), exists(pthread_key_create(&key, &Thread::OnExitRound) == 0) {}
+
+        static ExitKey const& Get() {
+            static ExitKey const exitKey;
+            return exitKey;
+        }
+    };
+
+    /* Other keys of the thread go in the rounds before the last one. */
+    static void OnExitRound(void* argument) {
+        std::unique_ptr<std::shared_ptr<Thread>> shared(
+            static_cast<std::shared_ptr<Thread>*>(argument));
+        Thread& thread = **shared;
+        if (++thread.m_exitRounds < PTHREAD_DESTRUCTOR_ITERATIONS - 1 &&
+            pthread_setspecific(ExitKey::Get().key, argument) == 0) {
+            static_cast<void>(shared.release());
+            return;
+        }
+        std::lock_guard<std::mutex> const lock(thread.m_lock);
+        thread.m_exits = true;
+    }
+
     /* Win32 takes the size for the part of the stack that is ready at once, unless flags say
      * otherwise. So the default size is the smallest. The system refuses what is too small. */
     static void SetStackSize(pthread_attr_t* attributes, std::size_t bytes, DWORD flags) {
@@ -186,6 +226,10 @@ private:
             static_cast<std::shared_ptr<Thread>*>(argument));
         End& end = OwnEnd();
         end.thread = *shared;
+        ExitKey const& exit = ExitKey::Get();
+        if (exit.exists && pthread_setspecific(exit.key, argument) == 0) {
+            static_cast<void>(shared.release());
+        }
         shared.reset();
         Thread& thread = *end.thread;
         thread.Begin();
@@ -210,11 +254,13 @@ private:
     LPTHREAD_START_ROUTINE const m_routine;
     LPVOID const m_argument;
     pthread_t m_thread; /* constant after Start; the thread itself doesn't read it */
+    int m_exitRounds;   /* the thread's own: how often OnExitRound was called */
     std::mutex m_lock;
     std::condition_variable m_changed; /* after each change of what follows */
     /* All guarded by m_lock. */
     bool m_isSuspended;
     bool m_hasEnded; /* its function and its thread_local objects are through */
+    bool m_exits;    /* the destructors of its keys are through, too */
     JoinState m_join;
     DWORD m_id; /* 0 before the thread's first step */
     DWORD m_exitCode;
