@@ -1,8 +1,8 @@
 #!/bin/sh
 # Usage: run.sh README [PREFIX]
 # Builds and runs programs against an installed library: the README's first program through
-# find_package, and flat.c through pkg-config. Without PREFIX the library is where the system finds it
-# by itself.
+# find_package, and the fragments of Win32 programs, as C99, through pkg-config. Without PREFIX the
+# library is where the system finds it by itself.
 #
 # CC, CXX, CFLAGS, CXXFLAGS and EMULATOR (a command that runs the target's programs) may be set.
 set -eu
@@ -38,5 +38,27 @@ echo "the README's program works through find_package"
 # The options are lists of words.
 flags=$(pkg-config --cflags verrick)
 libs=$(pkg-config --libs verrick)
-$CC -std=c99 $warnings $CFLAGS $flags "$source/flat.c" -o flat $libs $rpath
-$EMULATOR ./flat
+cat >main.c <<'END'
+#include <stdio.h>
+extern int (*const g_fragmentsInC99[])(void);
+int main(void) {
+    for (int i = 0; g_fragmentsInC99[i] != NULL; ++i) {
+        int const line = g_fragmentsInC99[i]();
+        if (line != 0) {
+            return printf("line %d of fragments.c failed\n", line);
+        }
+    }
+    return 0;
+}
+END
+$CC -std=c99 $warnings $CFLAGS $flags -DVERRICK_RECURSIVE_SECTIONS \
+    "$source/../win32/fragments.c" main.c -o flat $libs $rpath
+mkdir fragments fragments/inner
+cd fragments
+printf bytes >data
+: >fixed.ini
+: >.hidden
+chmod 400 fixed.ini
+ln -s none broken
+$EMULATOR ../flat
+echo "flat calls work from C"

@@ -44,14 +44,24 @@ TEST(LockGuard, HoldsARecordOfEitherKindForItsScope) {
     InitializeCriticalSection(&record);
     RECURSIVE_SECTION nesting;
     InitializeRecursiveSection(&nesting);
+    auto const othersMayEnter = [&] {
+        return std::async(std::launch::async, TryEnterRecursiveSection, &nesting).get() != 0;
+    };
     {
         verrick::LockGuard<CRITICAL_SECTION> const guard(record);
         verrick::LockGuard<RECURSIVE_SECTION> const guardOfNesting(nesting);
         EXPECT_EQ(TryEnterCriticalSection(&record), 0); // it doesn't nest
-        EXPECT_EQ(nesting.depth, 1U);
+        EnterRecursiveSection(&nesting);
+        LeaveRecursiveSection(&nesting);
+        EXPECT_FALSE(othersMayEnter());
     }
     EXPECT_EQ(TryEnterCriticalSection(&record), 1);
-    EXPECT_EQ(nesting.depth, 0U);
+    EXPECT_TRUE(othersMayEnter());
+    RecursiveSection section;
+    section.Enter();
+    EXPECT_TRUE(section.TryEnter());
+    section.Leave();
+    section.Leave();
 }
 
 TEST(MessageQueue, DeliversWholeMessagesUrgentOnesFirst) {

@@ -1,7 +1,6 @@
 // Scenarios of objects, handles, threads, timers, rings and queues.
 #include "tests/failures/calls.h"
-#include "tests/support/test.h"
-#include <verrick/cpp/handle.h>
+#include "tests/support/signals.h"
 #include <verrick/ini_file_lock.h>
 
 #include <semaphore>
@@ -46,29 +45,12 @@ void MakeObjects(int) {
 // Without a time-out, with one, and with one but without a signal. Tells whether the wait got the
 // signal or lasted its time, and whether a second wait gets a signal.
 void Wait(int variant) {
-    DEvent event(false, true);
-    verrick::Handle const handle(CreateEvent(nullptr, 0, 0, nullptr));
-    DSemaphore semaphore(0, 1, nullptr);
-    verrick::Handle const counted(CreateSemaphore(nullptr, 0, 1, nullptr));
-    MsgQueue* const queue = MsgQCreate(1, 1);
-    std::function<bool(int)> const waits[] = {
-        [&](int timeoutMs) { return event.Wait(timeoutMs) == WAIT_RESULT_OK; },
-        [&](int timeoutMs) { return handle.Wait(timeoutMs) == WAIT_OBJECT_0; },
-        [&](int timeoutMs) { return semaphore.Wait(timeoutMs) == WAIT_RESULT_OK; },
-        [&](int timeoutMs) { return counted.Wait(timeoutMs) == WAIT_OBJECT_0; },
-        [&](int timeoutMs) { return MsgQReceive(queue, nullptr, 0, timeoutMs) == 0; }};
-    auto const& wait = waits[variant % 5];
+    auto const [send, wait] = OneOfEachKind().at(variant % 5);
     constexpr int timeOutsMs[] = {-1, 60000, 50};
     bool const isSignalled = variant < 10;
-    std::thread signaller([&] {
+    std::thread signaller([&, &signal = send] {
         AwaitOthersAsleep();
-        if (isSignalled) {
-            event.Signal();
-            SetEvent(handle.Get());
-            semaphore.Release(1);
-            ReleaseSemaphore(counted.Get(), 1, nullptr);
-            MsgQSend(queue, "x", 1, 0, 0);
-        }
+        isSignalled ? signal() : void();
     });
     unsigned int const start = GetTickCount();
     Arm();
@@ -76,7 +58,6 @@ void Wait(int variant) {
     Arm(false);
     signaller.join();
     Say{wait(0)};
-    MsgQDelete(queue);
 }
 
 // Waits that a signal doesn't end: for a critical section, for a full queue, and for the lock of an

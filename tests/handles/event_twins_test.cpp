@@ -57,7 +57,10 @@ namespace {
 
 // Lets go of a mutex for a scope.
 struct Unlocked {
-    explicit Unlocked(pthread_mutex_t* held) : mutex(held) { pthread_mutex_unlock(mutex); }
+    explicit Unlocked(pthread_mutex_t* held) : mutex(held) {
+        EXPECT_EQ(pthread_mutex_lock(mutex), EDEADLK); // it is of the checking kind
+        pthread_mutex_unlock(mutex);
+    }
     ~Unlocked() { pthread_mutex_lock(mutex); }
 
     pthread_mutex_t* const mutex;
@@ -190,6 +193,7 @@ TYPED_TEST(EventTwins, ACancelledWaiterPassesItsSignalOnOrPutsItBack) {
         std::thread waiter([&] {
             g_insteadOfWait = [&](pthread_mutex_t* mutex) {
                 Unlocked const unlocked(mutex);
+                event.Reset(); // concerns no later signal
                 event.Signal();
                 if (then == kReset) {
                     event.Reset(); // then there is none to put back
@@ -209,14 +213,16 @@ TYPED_TEST(EventTwins, ACancelledWaiterPassesItsSignalOnOrPutsItBack) {
 TYPED_TEST(EventTwins, ACancelledThreadEndsAnEventWithItsWaitersAllTheSame) {
     auto* const event = new TypeParam;
     BlockedThreads const waiters(*event);
-    bool ended = false;
+    int steps = 0;
     std::thread destroyer([&] {
         pthread_cancel(pthread_self());
         delete event;
-        ended = true;
+        ++steps;
+        pthread_testcancel();
+        ++steps;
     });
     destroyer.join();
-    EXPECT_TRUE(ended);
+    EXPECT_EQ(steps, 1);
 }
 
 #endif

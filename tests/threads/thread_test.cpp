@@ -190,17 +190,21 @@ TEST(Thread, RunMayEndItsThreadAndThenAChangeOfPriorityLeavesItAlone) {
 
 #ifndef __SANITIZE_ADDRESS__ // its runtime takes the unwinding of a cancelled thread for an overrun
 TEST(Thread, AKillThatIsCancelledAtItsMessageHasLetGo) {
-    Gate gate;
-    Thread thread([&] { gate.Pass(); });
-    thread.Start();
     std::setvbuf(stdout, nullptr, _IONBF, 0); // so that the message is a cancellation point
-    std::thread([&] {
-        pthread_cancel(pthread_self());
-        thread.Kill();
-    }).join();
-    EXPECT_EQ(thread.GetThreadId(), -1);
-    gate.Open();
-    AwaitOthersAsleep(); // as above
+    for (bool const hasExited : {false, true}) {
+        Gate gate;
+        Thread thread([&] { gate.Pass(); });
+        thread.Start();
+        hasExited ? gate.Open() : void();
+        AwaitOthersAsleep();
+        std::thread([&] {
+            pthread_cancel(pthread_self());
+            thread.Kill();
+        }).join();
+        EXPECT_EQ(thread.GetThreadId(), -1);
+        gate.Open();
+        AwaitOthersAsleep(); // as above
+    }
 }
 #endif
 

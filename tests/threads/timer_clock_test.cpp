@@ -8,16 +8,19 @@ namespace {
 Gate g_tick; // from its opening on the engine is held up briefly
 std::atomic<bool> g_isWaiting{false};
 std::function<void()> g_onCreate = [] {};
+int g_clocks = 0; // that were made and not yet ended
 
 } // namespace
 
 int DTimeManagerImplCallouts__CreatePeriodicTimer(void** /*timer*/) {
     std::exchange(g_onCreate, [] {})();
+    ++g_clocks;
     return 10;
 }
 
 void DTimeManagerImplCallouts__DestroyPeriodicTimer(void** /*timer*/) {
     EXPECT_FALSE(g_isWaiting);
+    --g_clocks;
 }
 
 void DTimeManagerImplCallouts__Sleep(void* /*timer*/, int /*ms*/) {}
@@ -46,6 +49,8 @@ TEST(TimerClock, DestroyInstanceWaitsForTheTickUnderWayAndForTheDispatcher) {
     engine.m_dispatch->Enqueue(&listener, 2);
     EXPECT_EQ(listener.noted.Await(2), (Ids{1, 2}));
     g_tick.Open();
+    end.wait();
+    EXPECT_EQ(g_clocks, 0);
 }
 
 // Otherwise an Activate could move the timer meanwhile, and Destroy would miss it.

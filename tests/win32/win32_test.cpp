@@ -47,23 +47,6 @@ TEST(Win32, NoTwoThreadsGetTheSameResultFromACounter) {
     EXPECT_EQ(std::count(results.begin(), results.end(), 1), 2000000);
 }
 
-TEST(Win32, RecursiveSectionIsFreeAfterAsManyLeavesAsEnters) {
-    RecursiveSection section;
-    bool isFree = false;
-    auto const look = [&] {
-        isFree = section.TryEnter();
-        isFree ? section.Leave() : void();
-    };
-    section.Enter();
-    section.Enter();
-    section.Leave();
-    std::thread(look).join();
-    EXPECT_FALSE(isFree);
-    section.Leave();
-    std::thread(look).join();
-    EXPECT_TRUE(isFree);
-}
-
 // The thread's local storage ends when g_go is set.
 HANDLE const g_go = CreateEvent(NULL, TRUE, FALSE, NULL);
 
@@ -110,21 +93,14 @@ TEST(Win32, ThreadRunsAfterResumeAndIsOverAfterItsLocalStorage) {
     }
 }
 
-TEST(Win32, ThreadRunsOnWithoutItsHandle) {
-    ResetEvent(g_go);
-    SIZE_T const stack = 1 << 20;
-    auto const routine = [](LPVOID event) -> DWORD { return static_cast<DWORD>(SetEvent(event)); };
-    CloseHandle(CreateThread(NULL, stack, routine, g_go, STACK_SIZE_PARAM_IS_A_RESERVATION, NULL));
-    EXPECT_EQ(WaitForSingleObject(g_go, INFINITE), WAIT_OBJECT_0);
-}
-
 // As long as its handle is being closed, the system may still look at the thread.
 TEST(Win32, ThreadCannotExitDuringTheCloseOfItsHandle) {
     HANDLE const ran = CreateEvent(NULL, FALSE, FALSE, NULL);
     for (bool const hasExited : {false, true}) {
         ResetEvent(g_go);
         DWORD id = 0;
-        HANDLE const thread = CreateThread(NULL, 0, EndLate, ran, 0, &id);
+        HANDLE const thread =
+            CreateThread(NULL, 1 << 20, EndLate, ran, STACK_SIZE_PARAM_IS_A_RESERVATION, &id);
         WaitForSingleObject(ran, INFINITE);
         hasExited ? static_cast<void>(SetEvent(g_go)) : void();
         AwaitOthersAsleep();
