@@ -40,7 +40,6 @@ class Family:
     programs: list  # of googletest
     fuzz: list  # targets, as far as they have seeds
     failures: tuple = ()  # groups of tests/failures/table.txt
-    others: tuple = ()  # commands with programs as their arguments
     extra: tuple = ()  # sources outside the family's folder
 
 
@@ -55,8 +54,7 @@ FAMILIES = {
     'handles': Family(['handles_test', 'misuse_test', 'frame_test', 'win32_test', 'queues_test'], [],
                       failures=('objects',)),
     'queues': Family(['queues_test'], ['queues'], failures=('objects',)),
-    'files': Family(['files_test'], ['text'], failures=('files',),
-                    others=(['files/check_status.sh', 'status_probe_linked', 'status_probe'],)),
+    'files': Family(['files_test'], ['text'], failures=('files',)),
 }
 
 
@@ -103,9 +101,6 @@ class Build:
             self._programs.append('failing_calls')
         self._commands += [[tree / 'tests/failures/check_failures.py', group, programs / 'failing_calls']
                            for group in family.failures]
-        for script, *called in family.others:
-            self._programs += called
-            self._commands.append([tree / 'tests' / script, *(programs / name for name in called)])
         self._limits = [None] * len(self._commands)
 
     def _configure(self, tree):

@@ -64,22 +64,13 @@ TEST(LockGuard, HoldsARecordOfEitherKindForItsScope) {
     section.Leave();
 }
 
-TEST(MessageQueue, DeliversWholeMessagesUrgentOnesFirst) {
-    struct Order {
-        char kind;
-        double amount;
-    };
-    verrick::MessageQueue<Order> queue(2);
-    EXPECT_TRUE(queue.Send({'a', 1.5}, 0));
-    EXPECT_TRUE(queue.SendUrgent({'b', 2.5}, 0));
-    EXPECT_FALSE(queue.Send({'c', 3.5}, 0));
-    Order order = {};
-    EXPECT_TRUE(queue.Receive(order));
-    EXPECT_EQ(order.kind, 'b');
-    EXPECT_TRUE(queue.Receive(order));
-    EXPECT_EQ(order.amount, 1.5);
-    EXPECT_FALSE(queue.Receive(order, 0));
-    EXPECT_FALSE(verrick::MessageQueue<Order>(-1));
+TEST(MessageQueue, DeliversUrgentMessagesFirstAndWaitsNoLongerThanItIsToldTo) {
+    verrick::MessageQueue<int> queue(2);
+    int message = 0;
+    EXPECT_TRUE(queue.Send(1, 0) && queue.SendUrgent(2, 0) && !queue.Send(3, 0));
+    EXPECT_TRUE(queue.Receive(message) && message == 2 && queue.Count() == 1);
+    EXPECT_TRUE(queue.Receive(message) && message == 1 && !queue.Receive(message, 0));
+    EXPECT_FALSE(verrick::MessageQueue<int>(-1));
 }
 
 TEST(IniValues, DefaultStandsForWhatIsMissingOrMalformed) {

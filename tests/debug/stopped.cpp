@@ -25,15 +25,6 @@ struct OwnKind : XHandleObject {
 
 HANDLE const g_taken = CreateSemaphore(nullptr, 0, 5, nullptr);
 
-void Take(void*) {
-    WaitForSingleObject(g_taken, INFINITE);
-}
-
-void Receive(void* queue) {
-    char byte = 0;
-    MsgQReceive(static_cast<MsgQueue*>(queue), &byte, 1, INFINITE);
-}
-
 void Send(void* queue) {
     MsgQSend(static_cast<MsgQueue*>(queue), "x", 1, INFINITE, 0);
 }
@@ -52,10 +43,10 @@ int main() {
     Send(full);
     RingBuffer* const ring = RingCreate(8);
     RingBufPut(ring, "abc", 3);
-    ThreadSpawn(Take, nullptr, 0, 0, 0, 0);
-    ThreadSpawn(Receive, empty, 0, 0, 0, 0);
-    ThreadSpawn(Send, full, 0, 0, 0, 0);
-    ThreadSpawn(Send, full, 0, 0, 0, 0);
+    std::thread(WaitForSingleObject, g_taken, INFINITE).detach();
+    std::thread(MsgQReceive, empty, nullptr, 0, INFINITE).detach();
+    std::thread(Send, full).detach();
+    std::thread(Send, full).detach();
     AwaitOthersAsleep();
     Listener listener;
     DTimeManager* const timers = DTimeManager::GetInstance(0);

@@ -112,4 +112,34 @@ TEST_F(File, HasNoSizeOrPositionWhereAnIntHasNone) {
     EXPECT_EQ(file.Size(), 0) << "no position";
 }
 
+// What a call of that library answers, with the bytes of the record.
+template<class What>
+auto Status(void* library, char const* call, What what) {
+    std::string record(sizeof(struct stat) * 2, '\xA5');
+    auto* const function = reinterpret_cast<int (*)(What, void*)>(dlsym(library, call));
+    errno = 0;
+    int const result = function(what, record.data());
+    return std::tuple(result, errno, record);
+}
+
+TEST(Status, IsTheSystemsByteForByte) {
+    void* const own = dlopen("libVerrick.so.1", RTLD_LAZY | RTLD_NOLOAD);
+    void* const system = dlopen("libc.so.6", RTLD_LAZY);
+    Scratch const scratch;
+    WriteFile("large", "");
+    fs::resize_file("large", 3LL << 30);
+    fs::create_symlink("large", "link");
+    fs::create_symlink("nowhere", "dangling");
+    std::string const longName(300, 'n');
+    for (char const* const path : {"large", ".", "link", "dangling", "missing", "large/below", "",
+                                   longName.c_str(), "/dev/null"}) {
+        EXPECT_EQ(Status(own, "stat", path), Status(system, "stat", path)) << path;
+        int const descriptor = open(path, O_PATH);
+        EXPECT_EQ(Status(own, "fstat", descriptor), Status(system, "fstat", descriptor)) << path;
+        close(descriptor);
+    }
+    EXPECT_EQ(Status(own, "fstat", AT_FDCWD), Status(system, "fstat", AT_FDCWD));
+    EXPECT_NE(dlsym(own, "fstat"), dlsym(system, "fstat"));
+}
+
 } // namespace

@@ -4,25 +4,22 @@
 #include "tests/support/test.h"
 
 inline std::atomic<int> g_detached = 0;
-inline std::function<void()> g_duringDetach; // called once, when the thread is as good as detached
+
+// If set, it is called once, when the thread is as good as detached. It lets the thread go. Then
+// the thread of that id has time to exit, and g_exists tells whether it is still there.
+inline std::function<void()> g_letGo;
+inline unsigned int g_idOfLetGo = 0;
+inline bool g_exists = false;
 
 extern "C" int pthread_detach(pthread_t thread) noexcept {
     static auto* const real =
         reinterpret_cast<int (*)(pthread_t)>(dlsym(RTLD_NEXT, "pthread_detach"));
     ++g_detached;
     int const error = real(thread);
-    if (auto const during = std::exchange(g_duringDetach, nullptr)) {
-        during();
-    }
-    return error;
-}
-
-// A call for g_duringDetach: lets the thread go, waits, and notes whether the thread still exists.
-template<class LetGo>
-auto LookAfter(LetGo letGo, int threadId, bool& exists) {
-    return [=, &exists] {
+    if (auto const letGo = std::exchange(g_letGo, nullptr)) {
         letGo();
         Sleep(50);
-        exists = std::filesystem::exists("/proc/self/task/" + std::to_string(threadId));
-    };
+        g_exists = std::filesystem::exists("/proc/self/task/" + std::to_string(g_idOfLetGo));
+    }
+    return error;
 }

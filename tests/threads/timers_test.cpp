@@ -108,14 +108,15 @@ TEST(Timers, AForkChildExitsThoughItEndsTheService) {
     EXPECT_TRUE(service->Destroy(&listener, 1)); // here it goes on
 }
 
-// Notes whether a signal is blocked on the calling thread.
+// Notes which of two signals are blocked on the calling thread.
 void ReadMask(void* blocked) {
     sigset_t mask;
     pthread_sigmask(SIG_BLOCK, nullptr, &mask);
-    static_cast<Recorder<int>*>(blocked)->Note(sigismember(&mask, SIGUSR2));
+    auto const is = [&](int signal) { return sigismember(&mask, signal); };
+    static_cast<Recorder<int>*>(blocked)->Note(10 * is(SIGUSR1) + is(SIGUSR2));
 }
 
-// The signal is blocked here only after the threads of the service were made.
+// The second signal is blocked here only after the threads of the service were made.
 TEST(Timers, SignalsReachNoThreadOfTheServiceButThoseThatAListenerStarts) {
     Recorder<int> blocked;
     Listener listener;
@@ -126,17 +127,20 @@ TEST(Timers, SignalsReachNoThreadOfTheServiceButThoseThatAListenerStarts) {
         reader.WaitForThreadDeath(-1);
         ThreadSpawn(ReadMask, &blocked, 0, 0, 0, 0);
     };
+    DTimeManager::DestroyInstance(); // another test's
     Service const service;
-    service->GetTickCount();
     sigset_t set;
     sigemptyset(&set);
+    sigaddset(&set, SIGUSR1);
+    pthread_sigmask(SIG_BLOCK, &set, nullptr);
+    service->GetTickCount();
     sigaddset(&set, SIGUSR2);
     pthread_sigmask(SIG_BLOCK, &set, nullptr);
     kill(getpid(), SIGUSR2); // would end the process
     int received = 0;
     sigwait(&set, &received);
     service->CreateRelativeTimer(&listener, 1, 10, 0, 0);
-    EXPECT_EQ(blocked.Await(3), (std::vector<int>{1, 0, 0}));
+    EXPECT_EQ(blocked.Await(3), (std::vector<int>{11, 10, 10}));
 }
 
 } // namespace

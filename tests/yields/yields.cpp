@@ -14,16 +14,16 @@
 #include <dlfcn.h>
 #include <pthread.h>
 #include <sched.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 namespace {
 
-constexpr std::uint32_t kDefaultSeed = 1;
 constexpr long kLongestSleepNs = 200000;
 
 std::uint32_t Seed() {
     char const* const text = std::getenv("YIELDS_SEED");
-    return text != nullptr ? static_cast<std::uint32_t>(std::strtoul(text, nullptr, 10))
-                           : kDefaultSeed;
+    return static_cast<std::uint32_t>(std::strtoul(text != nullptr ? text : "1", nullptr, 10));
 }
 
 // A linear congruential step. The high bits are the random ones.
@@ -35,17 +35,11 @@ std::uint32_t Draw() {
     return state >> 8;
 }
 
-// Disables cancellation because the wrapped call may not be a cancellation point, and nanosleep is.
-// It calls the C library's function even if the program has one of that name. A test may hold a
-// thread up in its own one, but here the thread may have a lock.
+// The bare system call, because the C library's is a cancellation point, and the wrapped call may
+// not be one.
 void Sleep(std::uint32_t draw) {
-    static auto* const setCancelState = reinterpret_cast<decltype(&pthread_setcancelstate)>(
-        dlsym(RTLD_NEXT, "pthread_setcancelstate"));
-    int state = 0;
-    setCancelState(PTHREAD_CANCEL_DISABLE, &state);
     timespec const time{0, static_cast<long>(draw % kLongestSleepNs)};
-    nanosleep(&time, nullptr);
-    setCancelState(state, nullptr);
+    syscall(SYS_nanosleep, &time, nullptr);
 }
 
 void GiveATurn() {
