@@ -49,7 +49,7 @@ FAMILIES = {
                      'threads_test', 'files_test'], [], failures=('objects', 'threads')),
     'threads': Family(['threads_test', 'time_test', 'timer_clock_test'], ['timers'],
                       failures=('threads', 'timers')),
-    'ini': Family(['ini_test'], ['ini', 'text'], failures=('ini',),
+    'ini': Family(['ini_test', 'strings_test'], ['ini', 'text'], failures=('ini',),
                   extra=('include/verrick/ini_file_lock.h',)),
     'handles': Family(['handles_test', 'misuse_test', 'frame_test', 'win32_test', 'queues_test'], [],
                       failures=('objects',)),
