@@ -83,8 +83,9 @@ TEST_F(File, IsAtItsEndUntilASeekOrASizeLooksAgain) {
     for (int const origin : {-1, 3}) {
         EXPECT_EQ(file.Seek(1, static_cast<IFile::origin_t>(origin)), FILE_STATUS_FAILED);
     }
-    EXPECT_EQ(file.Seek(-4, IFile::ORIGIN_CURRENT), FILE_STATUS_OK);
-    EXPECT_EQ(Read(), (Transfer{FILE_STATUS_OK, 4, "more"}));
+    EXPECT_EQ(file.Seek(-11, IFile::ORIGIN_CURRENT), FILE_STATUS_OK);
+    EXPECT_EQ(file.Position(), 1);
+    EXPECT_EQ(Read(), (Transfer{FILE_STATUS_OK, 11, "ld and more"}));
 }
 
 TEST_F(File, TellsOfALostWriteAfterAFlush) {
@@ -138,7 +139,9 @@ TEST(Status, IsTheSystemsByteForByte) {
         EXPECT_EQ(Status(own, "fstat", descriptor), Status(system, "fstat", descriptor)) << path;
         close(descriptor);
     }
-    EXPECT_EQ(Status(own, "fstat", AT_FDCWD), Status(system, "fstat", AT_FDCWD));
+    for (int const descriptor : {AT_FDCWD, -1, 0}) {
+        EXPECT_EQ(Status(own, "fstat", descriptor), Status(system, "fstat", descriptor));
+    }
     EXPECT_NE(dlsym(own, "fstat"), dlsym(system, "fstat"));
 }
 

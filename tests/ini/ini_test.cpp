@@ -62,6 +62,17 @@ TEST_F(Ini, AFileIsCreatedForEverybodyAndListed) {
     EXPECT_EQ(GetPrivateProfileSection(L"s", out, 4, kName), 2u);
 }
 
+TEST_F(Ini, ADerivedClassSeesTheOpeningsAroundAMove) {
+    struct Derived : DIniImpl {
+        using DIniImpl::DIniImpl;
+        int Open(wchar_t const* name) override { return ++openings, DIniImpl::Open(name); }
+        int openings = 0;
+    } ini(kName);
+    WriteFile(kPath, "[s]\nk=v\n[t]\n");
+    EXPECT_EQ(ini.PutKeyValue(L"s", L"k", L"longer"), 1);
+    EXPECT_EQ(ini.openings, 3);
+}
+
 TEST_F(Ini, ABadNameReplacesTheNameBefore) {
     WriteFile(kPath, "[a]\n");
     for (std::wstring const& bad : {std::wstring(4096, L'x'), L"\xd800"s}) {
@@ -116,15 +127,15 @@ TEST_F(IniFileLocks, AChildNeitherOwnsNorReleasesTheLockOfItsParent) {
 }
 
 TEST_F(IniFileLocks, ANameThatCannotBeUsedIsNotLocked) {
-    EXPECT_FALSE(IniFileLock(nullptr, IniFileLock::Shared, 0).Owns());
-    EXPECT_EQ(errno, EINVAL);
-    EXPECT_FALSE(IniFileLock(L"\xd800", IniFileLock::Shared, 0).Owns());
-    EXPECT_EQ(errno, EINVAL);
     std::wstring const tooLong(4090, L'/');
-    EXPECT_FALSE(IniFileLock(tooLong.c_str(), IniFileLock::Shared, 0).Owns());
-    EXPECT_EQ(errno, ENAMETOOLONG);
-    EXPECT_FALSE(IniFileLock(L"/dev/null/f", IniFileLock::Shared, 0).Owns());
-    EXPECT_EQ(errno, ENOTDIR);
+    std::pair<wchar_t const*, int> const names[] = {{nullptr, EINVAL},
+                                                    {L"\xd800", EINVAL},
+                                                    {tooLong.c_str(), ENAMETOOLONG},
+                                                    {L"/dev/null/f", ENOTDIR}};
+    for (auto const& [name, error] : names) {
+        EXPECT_FALSE(IniFileLock(name, IniFileLock::Shared, 0).Owns());
+        EXPECT_EQ(errno, error);
+    }
 }
 
 } // namespace
