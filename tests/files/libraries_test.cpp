@@ -80,16 +80,13 @@ TEST(Libraries, AreLookedUpByAPluginBesideAThreadThatDoesTheSame) {
     DDynamicLibrary program(L"");
     g_program = &program;
     g_atLoad = g_atUnload = LookUpBesideABlockedThread;
-    std::atomic<bool> done{false};
-    std::thread other([&] {
-        while (!done) {
+    std::jthread const other([&](std::stop_token const& stop) {
+        while (!stop.stop_requested()) {
             program.GetProcedureByName(L"LoadLibrary");
         }
     });
     FreeLibrary(LoadLibrary(kWidePlugin.c_str()));
     dlclose(dlopen(kPlugin.c_str(), RTLD_LAZY));
-    done = true;
-    other.join();
 }
 
 } // namespace

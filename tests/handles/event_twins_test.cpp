@@ -125,8 +125,7 @@ TYPED_TEST(EventTwins, ASignalThatFindsItsWaiterGoneIsKept) {
 TYPED_TEST(EventTwins, AWaiterMayEndTheEventWhileTheSignalThatLetItThroughIsUnderWay) {
     for (int const timeoutMs : {-1, 1000}) {
         auto* const event = new TypeParam;
-        std::atomic<bool> isUnderWay = false;
-        std::atomic<bool> isOver = false;
+        std::atomic<bool> isUnderWay = false, isOver = false;
         g_afterWakeUp = [&] {
             isUnderWay = true;
             isUnderWay.notify_all();
@@ -190,7 +189,7 @@ TYPED_TEST(EventTwins, ACancelledWaiterPassesItsSignalOnOrPutsItBack) {
     for (Then const then : {kNobodyWaits, kReset, kAnotherWaits}) {
         TypeParam event;
         std::future<bool> another;
-        std::thread waiter([&] {
+        std::thread([&] {
             g_insteadOfWait = [&](pthread_mutex_t* mutex) {
                 Unlocked const unlocked(mutex);
                 event.Reset(); // concerns no later signal
@@ -204,8 +203,7 @@ TYPED_TEST(EventTwins, ACancelledWaiterPassesItsSignalOnOrPutsItBack) {
                 pthread_cancel(pthread_self());
             };
             event.Wait(1000);
-        });
-        waiter.join();
+        }).join();
         EXPECT_EQ(another.valid() ? another.get() : event.Wait(0), then != kReset);
     }
 }
@@ -214,14 +212,13 @@ TYPED_TEST(EventTwins, ACancelledThreadEndsAnEventWithItsWaitersAllTheSame) {
     auto* const event = new TypeParam;
     BlockedThreads const waiters(*event);
     int steps = 0;
-    std::thread destroyer([&] {
+    std::thread([&] {
         pthread_cancel(pthread_self());
         delete event;
         ++steps;
         pthread_testcancel();
         ++steps;
-    });
-    destroyer.join();
+    }).join();
     EXPECT_EQ(steps, 1);
 }
 

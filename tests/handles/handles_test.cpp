@@ -41,12 +41,11 @@ TEST(HandOff, ALookThatFindsNoSignalIsACancellationPoint) {
     kinds.pop_back(); // a queue that is asked for no wait is no such point
     for (Signal const& signal : kinds) {
         bool isCancelled = true;
-        std::thread looker([&] {
+        std::thread([&] {
             pthread_cancel(pthread_self());
             signal.wait(0);
             isCancelled = false;
-        });
-        looker.join();
+        }).join();
         EXPECT_TRUE(isCancelled);
     }
 }

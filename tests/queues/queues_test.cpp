@@ -77,13 +77,12 @@ static void SendAndBeCancelled(int /*signal*/) {
 TEST_F(MessageQueue, PassesOnTheWakeUpOfACancelledReceiver) {
     s_queue = queue;
     std::signal(SIGUSR1, SendAndBeCancelled);
-    std::thread cancelled([] { MsgQReceive(s_queue, nullptr, 0, INFINITE); });
+    std::jthread cancelled([] { MsgQReceive(s_queue, nullptr, 0, INFINITE); });
     AwaitOthersAsleep();
     auto receiver = Receive(INFINITE);
     AwaitOthersAsleep();
     pthread_kill(cancelled.native_handle(), SIGUSR1);
     EXPECT_EQ(receiver.get(), 'x');
-    cancelled.join();
 }
 
 TEST(Ring, KeepsOutWhileAProgramHoldsItsLock) {

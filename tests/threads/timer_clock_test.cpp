@@ -60,8 +60,7 @@ TEST(TimerClock, DestroyKeepsOthersOutUntilItHasTheTimer) {
     Listener listener;
     service.CreateRelativeTimer(&listener, 1, 10, 0, TIMER_INACTIVE);
     service.CreateRelativeTimer(&listener, 2, 10, 0, 0);
-    std::future<bool> destroy;
-    std::future<bool> activate;
+    std::future<bool> destroy, activate;
     {
         DMonitor const inactive(static_cast<DTimeManagerImpl&>(*service.m_impl).m_csInactive);
         destroy = std::async(std::launch::async, [&] { return service.Destroy(&listener, 1); });

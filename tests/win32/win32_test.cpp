@@ -80,12 +80,10 @@ TEST(Win32, ThreadRunsAfterResumeAndIsOverAfterItsLocalStorage) {
         EXPECT_EQ(ResumeThread(thread), 0U);
         EXPECT_EQ(WaitForSingleObject(ran, INFINITE), WAIT_OBJECT_0);
         EXPECT_EQ(WaitForSingleObject(thread, 20), WAIT_TIMEOUT);
-        unsigned long otherResult = WAIT_FAILED;
-        std::thread other([&] { otherResult = WaitForSingleObject(thread, INFINITE); });
+        auto other = std::async(std::launch::async, WaitForSingleObject, thread, INFINITE);
         SetEvent(g_go);
         EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
-        other.join();
-        EXPECT_EQ(otherResult, WAIT_OBJECT_0);
+        EXPECT_EQ(other.get(), WAIT_OBJECT_0);
         EXPECT_TRUE(GetExitCodeThread(thread, &code));
         EXPECT_EQ(code, id);
         CloseHandle(thread);
