@@ -1,11 +1,16 @@
 #include "threads/object_use.h"
 
 #include "frame/cancellation.h"
+#include "frame/errno_kept.h"
 #include "frame/relaxed.h"
+#include "frame/sleep.h"
+#include "frame/waiting.h"
 #include <verrick/thread.h>
 
 #include <climits>
+#include <csignal>
 
+#include <sched.h>
 #include <unistd.h>
 
 namespace verrick {
@@ -124,17 +129,29 @@ void ObjectUse::OnExitRound(void* use) {
 }
 
 // glibc's pthread_detach lets the thread free itself, and then reads of it once more (its bug
-// 19951). So the thread must neither be near its end nor get there meanwhile.
-//
-// The calling thread itself is near its end if a later destructor of its own calls. It can't have
-// gone, so it may be detached.
+// 19951). So the thread mustn't end meanwhile: either it can't exit yet, or it is gone already.
 int ObjectUse::Detach(pthread_t thread) {
     std::lock_guard const lock(m_exitLock);
-    if (!m_exits || pthread_equal(thread, pthread_self()) != 0) {
-        return pthread_detach(thread);
+    if (m_exits) {
+        AwaitExit();
     }
+    return pthread_detach(thread);
+}
+
+// The exit takes microseconds. A thread that another destructor of its own holds up is waited for
+// no longer than a callback. The calling thread is such a one, too, and isn't waited for.
+void ObjectUse::AwaitExit() const {
+    ErrnoKept const kept;
     CancellationPutOff const putOff;
-    return pthread_join(thread, nullptr);
+    int const id = m_kernelId.load(relaxed);
+    for (int looks = gettid() == id ? INT_MAX : 0;
+         looks < kDrainYields + kStuckCallMs && tgkill(getpid(), id, 0) == 0; ++looks) {
+        if (looks < kDrainYields) {
+            sched_yield();
+        } else {
+            SleepMs(1);
+        }
+    }
 }
 
 int ObjectUse::WaitForKernelId() const {

@@ -57,8 +57,8 @@ public:
     // The thread's last step in the library's own code. The thread's reference goes when the thread
     // exits.
     void EndOfCallingThread();
-    // Detaches the thread, which nobody joins, and returns the error of that. A thread that is
-    // exiting is joined, which takes no longer than its exit. It is no cancellation point.
+    // Detaches the thread, which nobody joins, and returns the error of that. If the thread is
+    // exiting, waits until it is gone first. It is no cancellation point.
     int Detach(pthread_t thread);
     // Blocks until the thread, which exists, has announced its kernel id. Returns the id.
     int WaitForKernelId() const;
@@ -73,6 +73,7 @@ private:
 
     struct ExitKey;
     static void OnExitRound(void* use);
+    void AwaitExit() const;
 
     DThreadImpl& m_object;
     DThread const* const m_owner;

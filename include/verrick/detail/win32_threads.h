@@ -23,7 +23,10 @@
 #include <memory>
 #include <mutex>
 #include <pthread.h>
+#include <sched.h>
+#include <sys/syscall.h>
 #include <time.h>
+#include <unistd.h>
 
 #define CREATE_SUSPENDED 0x4U
 #define STACK_SIZE_PARAM_IS_A_RESERVATION 0x10000U
@@ -144,20 +147,16 @@ public:
     /* Lets the thread run on by itself. Nobody waits for it any more.
      *
      * glibc's pthread_detach lets the thread free itself, and then reads of it once more (its bug
-     * 19951). So a thread that is exiting is joined, which takes no longer than its exit. */
+     * 19951). So the thread mustn't end meanwhile: either it can't exit yet, or it is gone. */
     void Detach() {
         std::lock_guard<std::mutex> const lock(m_lock);
         if (m_join != kNotJoined) {
             return;
         }
-        if (!m_exits || pthread_equal(m_thread, pthread_self()) != 0) {
-            pthread_detach(m_thread);
-            return;
+        if (m_exits) {
+            AwaitExit();
         }
-        int cancelState = 0;
-        pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancelState);
-        pthread_join(m_thread, nullptr);
-        pthread_setcancelstate(cancelState, nullptr);
+        pthread_detach(m_thread);
     }
 
     /* Sets the exit code of the calling thread. Does nothing if CreateThread didn't make it. */
@@ -208,6 +207,20 @@ private:
         }
         std::lock_guard<std::mutex> const lock(thread.m_lock);
         thread.m_exits = true;
+    }
+
+    /* The exit takes microseconds. It is waited for at most a second, because a destructor of
+     * another key may hold the thread up. */
+    void AwaitExit() const {
+        int const errorBefore = errno;
+        int cancelState = 0;
+        pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancelState);
+        for (int looks = GetCurrentThreadId() == m_id ? 1000 : 0;
+             looks < 1000 && syscall(SYS_tgkill, getpid(), m_id, 0) == 0; ++looks) {
+            static_cast<void>(looks < 20 ? sched_yield() : usleep(1000));
+        }
+        pthread_setcancelstate(cancelState, nullptr);
+        errno = errorBefore;
     }
 
     /* Win32 takes the size for the part of the stack that is ready at once, unless flags say
