@@ -42,7 +42,7 @@ TEST(Semaphore, ReleasesWhatFitsUnderASignedMaximum) {
     constexpr unsigned int cases[][4] = {{1, 2, 3, 2},
                                          {3, 1, 5, 3},
                                          {1, 0x80000000U, 5, 1},
-                                         {0, 200001, ~0U, 200001},
+                                         {0, 3 * 65536 + 1, ~0U, 3 * 65536 + 1},
                                          {0x80000000U, ~0U, 0, 0},
                                          {INT_MAX - 1, INT_MAX, ~0U, 300000}};
     DSemaphore const unnamed(7, 9, L""); // is shared with none

@@ -34,6 +34,7 @@ struct ObjectEvent {
     static constexpr int kFarMs = 60000;
     explicit ObjectEvent(bool autoReset = true) : event(false, autoReset) {}
     void Signal() { event.Signal(); }
+    void SignalToWaiter() { event.Signal(); } // it has no pulse
     void Reset() { event.Reset(); }
     bool Wait(int timeoutMs) { return event.Wait(timeoutMs) == WAIT_RESULT_OK; }
 
@@ -45,6 +46,7 @@ struct HandleEvent {
     explicit HandleEvent(bool autoReset = true) : event(0, autoReset ? 0 : 1) {}
     ~HandleEvent() { event.CloseHandle(); }
     void Signal() { EXPECT_EQ(SetEvent(&event), 1); }
+    void SignalToWaiter() { EXPECT_EQ(PulseEvent(&event), 1); }
     void Reset() { EXPECT_EQ(ResetEvent(&event), 1); }
     bool Wait(int timeoutMs) {
         return WaitForSingleObject(&event, static_cast<unsigned int>(timeoutMs)) == WAIT_OBJECT_0;
@@ -141,7 +143,7 @@ TYPED_TEST(EventTwins, AWaiterMayEndTheEventWhileTheSignalThatLetItThroughIsUnde
         std::jthread const signaller([&] {
             AwaitOthersAsleep();
             slot = 1;
-            event->Signal();
+            event->SignalToWaiter();
         });
         EXPECT_TRUE(event->Wait(timeoutMs));
         EXPECT_EQ(slot, 1);

@@ -129,8 +129,7 @@ TEST(Timers, SignalsReachNoThreadOfTheServiceButThoseThatAListenerStarts) {
     };
     DTimeManager::DestroyInstance(); // another test's
     Service const service;
-    sigset_t set;
-    sigemptyset(&set);
+    sigset_t set{};
     sigaddset(&set, SIGUSR1);
     pthread_sigmask(SIG_BLOCK, &set, nullptr);
     service->GetTickCount();
