@@ -53,7 +53,7 @@ FAMILIES = {
                   extra=('include/verrick/ini_file_lock.h',)),
     'handles': Family(['handles_test', 'misuse_test', 'frame_test', 'win32_test', 'queues_test'], [],
                       failures=('objects',)),
-    'queues': Family(['queues_test'], ['queues'], failures=('objects',)),
+    'queues': Family(['queues_test', 'handles_test'], ['queues'], failures=('objects',)),
     'files': Family(['files_test'], ['text'], failures=('files',)),
 }
 
