@@ -90,7 +90,7 @@ void RunThreads(int) {
     Callee callee;
     Arm();
     Thread thread(callee);
-    Arm(g_failure.error == EINVAL); // of a call that the new thread makes
+    Arm(g_failure.error == EINVAL); // of a wait
     AwaitOthersAsleep();            // it is parked, or has failed to wait
     Arm();
     thread.SetName("new");

@@ -160,34 +160,36 @@ TEST(Thread, KillLetsOneInRunGoOnWithoutItsObject) {
 struct ExitsThroughGate {
     static void Pass(void* held) {
         auto& self = *static_cast<ExitsThroughGate*>(held);
-        --self.rounds > 0 ? static_cast<void>(pthread_setspecific(self.key, held))
-                          : self.gate.Pass();
+        self.rounds.Note(1);
+        bool const isLast = self.rounds.Await(0).size() == self.lastRound;
+        isLast ? self.gate.Pass() : static_cast<void>(pthread_setspecific(self.key, held));
     }
 
-    int rounds;
+    unsigned int lastRound;
+    Recorder<int> rounds{};
     Gate gate{};
     pthread_key_t key{};
 };
 
 #if defined __SANITIZE_THREAD__ || defined __SANITIZE_ADDRESS__
-constexpr int kLastRound = 1; // the sanitizers have ended before
+constexpr unsigned int kLastRound = 1; // the sanitizers have ended before
 #else
-constexpr int kLastRound = PTHREAD_DESTRUCTOR_ITERATIONS;
+constexpr unsigned int kLastRound = PTHREAD_DESTRUCTOR_ITERATIONS;
 #endif
 
 TEST(Thread, CannotExitDuringItsDetachment) {
-    for (int const rounds : {1, kLastRound}) {
-        ExitsThroughGate exit{rounds};
+    for (unsigned int const lastRound : {1U, kLastRound}) {
+        ExitsThroughGate exit{lastRound};
         Thread thread([&] {
             pthread_key_create(&exit.key, ExitsThroughGate::Pass);
             pthread_setspecific(exit.key, &exit);
         });
         thread.Start();
-        AwaitOthersAsleep();
+        exit.rounds.Await(lastRound);
         g_idOfLetGo = static_cast<unsigned int>(thread.GetThreadId());
         g_letGo = [&] { exit.gate.Open(); };
-        auto kill = Call([&] { thread.Kill(); });
-        EXPECT_EQ(IsOver(kill), rounds == 1); // too late in the last round
+        auto kill = std::async(std::launch::async, [&] { thread.Kill(); });
+        EXPECT_FALSE(lastRound > 1 && IsOver(kill)); // it's too late in the last round
         exit.gate.Open();
         kill.get();
         EXPECT_FALSE(g_hasExited);

@@ -136,8 +136,7 @@ TEST(Timers, SignalsReachNoThreadOfTheServiceButThoseThatAListenerStarts) {
     sigaddset(&set, SIGUSR2);
     pthread_sigmask(SIG_BLOCK, &set, nullptr);
     kill(getpid(), SIGUSR2); // would end the process
-    int received = 0;
-    sigwait(&set, &received);
+    sigwaitinfo(&set, nullptr);
     service->CreateRelativeTimer(&listener, 1, 10, 0, 0);
     EXPECT_EQ(blocked.Await(3), (std::vector<int>{11, 10, 10}));
 }
