@@ -49,7 +49,7 @@ TEST(Semaphore, ReleasesWhatFitsUnderASignedMaximum) {
     g_ended = 0;
     for (auto const& [initial, maximum, release, expected] : cases) {
         DSemaphore semaphore(initial, maximum, L"");
-        semaphore.Release(release);
+        semaphore.Release(release), semaphore.Release(release); // the second finds no room
         EXPECT_EQ(Drain(semaphore), expected) << maximum;
     }
     EXPECT_EQ(g_ended, 6);
