@@ -23,8 +23,9 @@ constexpr unsigned int kOneUse = 2;
 // run time.
 __attribute__((tls_model("initial-exec"))) thread_local ObjectUse* t_ofCallingThread = nullptr;
 
-// Before the last round, so that whatever must be the very last on a thread still is.
-constexpr int kLastExitRound = PTHREAD_DESTRUCTOR_ITERATIONS - 1;
+// The round of key destructors in which a thread counts as exiting. The one after it is left to
+// whatever must be the very last on a thread.
+constexpr int kExitRound = PTHREAD_DESTRUCTOR_ITERATIONS - 1;
 
 } // namespace
 
@@ -115,10 +116,10 @@ void ObjectUse::EndOfCallingThread() {
     }
 }
 
-// The thread's other keys and thread_local objects go in the rounds before the last one.
+// The thread_local objects are gone by now. The thread's other keys get two rounds first.
 void ObjectUse::OnExitRound(void* use) {
     auto& self = *static_cast<ObjectUse*>(use);
-    if (++self.m_exitRounds < kLastExitRound && pthread_setspecific(ExitKey::Get().key, use) == 0) {
+    if (++self.m_exitRounds < kExitRound && pthread_setspecific(ExitKey::Get().key, use) == 0) {
         return;
     }
     {

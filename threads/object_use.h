@@ -22,9 +22,9 @@ namespace verrick {
 //
 // An application's Run is no use in this sense. Its class answers for its own members.
 //
-// All that is atomic, so no lock is needed.
+// All that takes atomics alone, and no lock.
 //
-// The block also knows whether the thread still exists, because others may detach it at any moment.
+// The block also settles when the thread is detached, because the thread may exit at that moment.
 class ObjectUse {
 public:
     // Holds one reference, the object's.

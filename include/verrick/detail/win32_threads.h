@@ -182,12 +182,20 @@ private:
         return end;
     }
 
-    /* The destructor of a key is the last code on a thread that the C library calls. */
+    /* The destructor of a key is the last code on a thread that the C library calls. A plug-in that
+     * is unloaded gives its key back. */
     struct ExitKey {
         pthread_key_t key;
         bool exists;
 
         ExitKey() : key(), exists(pthread_key_create(&key, &Thread::OnExitRound) == 0) {}
+        ~ExitKey() {
+            if (exists) {
+                pthread_key_delete(key);
+            }
+        }
+        ExitKey(ExitKey const&) = delete;
+        ExitKey& operator=(ExitKey const&) = delete;
 
         static ExitKey const& Get() {
             static ExitKey const exitKey;
@@ -195,7 +203,7 @@ private:
         }
     };
 
-    /* Other keys of the thread go in the rounds before the last one. */
+    /* The thread_local objects are gone by now. The thread's other keys get two rounds first. */
     static void OnExitRound(void* argument) {
         std::unique_ptr<std::shared_ptr<Thread>> shared(
             static_cast<std::shared_ptr<Thread>*>(argument));
@@ -315,7 +323,8 @@ private:
  * so. After it no code of the thread runs, the destructors of its thread_local objects included. A
  * thread that waits for itself waits until the time runs out.
  *
- * CloseHandle ends the handle alone and the thread runs on. A suspended thread without a handle
+ * CloseHandle ends the handle alone and the thread runs on. It waits only for a thread that is just
+ * exiting, at most a second. A suspended thread without a handle
  * stays suspended for ever. Throws std::bad_alloc.
  *
  * @param attributes ignored.
