@@ -17,6 +17,7 @@ target_sources(Verrick PRIVATE
     threads/signals.cpp
     threads/tasks.cpp
     threads/thread.cpp
+    threads/thread_exit.cpp
     threads/thread_impl.cpp
     threads/time_manager.cpp
     threads/time_manager_impl.cpp

@@ -21,7 +21,7 @@ from pathlib import Path
 
 from mutate_faults import faults_of
 
-LEAST_LIMIT_SECONDS = 10
+LEAST_LIMIT_SECONDS = 5
 MOST_LIMIT_SECONDS = 60  # a busy machine mustn't let a hang last for long
 TIMES_SOUND = 5  # how much longer than in the sound library a test may stay silent
 SOUND_RUNS = 2

@@ -1,16 +1,8 @@
 #include "threads/object_use.h"
 
-#include "frame/cancellation.h"
-#include "frame/errno_kept.h"
 #include "frame/relaxed.h"
-#include "frame/sleep.h"
-#include "frame/waiting.h"
 #include <verrick/thread.h>
 
-#include <climits>
-#include <csignal>
-
-#include <sched.h>
 #include <unistd.h>
 
 namespace verrick {
@@ -23,29 +15,11 @@ constexpr unsigned int kOneUse = 2;
 // run time.
 __attribute__((tls_model("initial-exec"))) thread_local ObjectUse* t_ofCallingThread = nullptr;
 
-// The round of key destructors in which a thread counts as exiting. The one after it is left to
-// whatever must be the very last on a thread.
-constexpr int kExitRound = PTHREAD_DESTRUCTOR_ITERATIONS - 1;
-
 } // namespace
-
-// The destructor of a key is the last code on a thread that the C library calls. All threads have
-// this one. It is never deleted, as the library is never unloaded.
-struct ObjectUse::ExitKey {
-    ExitKey() : key(), exists(pthread_key_create(&key, &ObjectUse::OnExitRound) == 0) {}
-
-    pthread_key_t key;
-    bool const exists;
-
-    static ExitKey const& Get() {
-        static ExitKey const s_key;
-        return s_key;
-    }
-};
 
 ObjectUse::ObjectUse(DThreadImpl& object, DThread* owner)
     : m_object(object), m_owner(owner), m_references(1), m_kernelId(0), m_uses(0),
-      m_isToldOfExit(false), m_exitRounds(0), m_exits(false) {}
+      m_isToldOfExit(false) {}
 
 ObjectUse& ObjectUse::Of(DThread& thread) {
     return *thread.m_impl->m_use;
@@ -100,11 +74,9 @@ void ObjectUse::WaitUntilUnused() const {
     }
 }
 
-// If the system has no more keys, nothing tells of the exit.
 void ObjectUse::BecomeCallingThreads() {
     t_ofCallingThread = this;
-    ExitKey const& exit = ExitKey::Get();
-    m_isToldOfExit = exit.exists && pthread_setspecific(exit.key, this) == 0;
+    m_isToldOfExit = BeToldOfExit();
     m_kernelId.store(gettid(), std::memory_order_seq_cst); // as in End
     m_kernelId.notify_all();
 }
@@ -116,43 +88,8 @@ void ObjectUse::EndOfCallingThread() {
     }
 }
 
-// The thread_local objects are gone by now. The thread's other keys get two rounds first.
-void ObjectUse::OnExitRound(void* use) {
-    auto& self = *static_cast<ObjectUse*>(use);
-    if (++self.m_exitRounds < kExitRound && pthread_setspecific(ExitKey::Get().key, use) == 0) {
-        return;
-    }
-    {
-        std::lock_guard const lock(self.m_exitLock);
-        self.m_exits = true;
-    }
-    self.ReleaseReference();
-}
-
-// glibc's pthread_detach lets the thread free itself, and then reads of it once more (its bug
-// 19951). So the thread mustn't end meanwhile: either it can't exit yet, or it is gone already.
 int ObjectUse::Detach(pthread_t thread) {
-    std::lock_guard const lock(m_exitLock);
-    if (m_exits) {
-        AwaitExit();
-    }
-    return pthread_detach(thread);
-}
-
-// The exit takes microseconds. A thread that another destructor of its own holds up is waited for
-// no longer than a callback. The calling thread is such a one, too, and isn't waited for.
-void ObjectUse::AwaitExit() const {
-    ErrnoKept const kept;
-    CancellationPutOff const putOff;
-    int const id = m_kernelId.load(relaxed);
-    for (int looks = gettid() == id ? INT_MAX : 0;
-         looks < kDrainYields + kStuckCallMs && tgkill(getpid(), id, 0) == 0; ++looks) {
-        if (looks < kDrainYields) {
-            sched_yield();
-        } else {
-            SleepMs(1);
-        }
-    }
+    return ThreadExit::Detach(thread, m_kernelId.load(relaxed));
 }
 
 int ObjectUse::WaitForKernelId() const {

@@ -1,10 +1,9 @@
 // The use of a thread object by its POSIX thread.
 #pragma once
 
-#include <atomic>
-#include <mutex>
+#include "threads/thread_exit.h"
 
-#include <pthread.h>
+#include <atomic>
 
 class DThread;
 class DThreadImpl;
@@ -23,14 +22,10 @@ namespace verrick {
 // An application's Run is no use in this sense. Its class answers for its own members.
 //
 // All that takes atomics alone, and no lock.
-//
-// The block also settles when the thread is detached, because the thread may exit at that moment.
-class ObjectUse {
+class ObjectUse final : ThreadExit {
 public:
     // Holds one reference, the object's.
     ObjectUse(DThreadImpl& object, DThread* owner);
-    ObjectUse(ObjectUse const&) = delete;
-    ObjectUse& operator=(ObjectUse const&) = delete;
 
     // Returns that of a live object.
     static ObjectUse& Of(DThread& thread);
@@ -57,8 +52,7 @@ public:
     // The thread's last step in the library's own code. The thread's reference goes when the thread
     // exits.
     void EndOfCallingThread();
-    // Detaches the thread, which nobody joins, and returns the error of that. If the thread is
-    // exiting, waits until it is gone first. It is no cancellation point.
+    // Detaches the thread, which nobody joins. See ThreadExit::Detach.
     int Detach(pthread_t thread);
     // Blocks until the thread, which exists, has announced its kernel id. Returns the id.
     int WaitForKernelId() const;
@@ -71,9 +65,7 @@ public:
 private:
     ~ObjectUse() = default;
 
-    struct ExitKey;
-    static void OnExitRound(void* use);
-    void AwaitExit() const;
+    void OnExit() override { ReleaseReference(); }
 
     DThreadImpl& m_object;
     DThread const* const m_owner;
@@ -81,10 +73,7 @@ private:
     std::atomic<int> m_kernelId; // 0 until announced
     // Twice the number of uses under way, plus 1 if the use is forbidden.
     std::atomic<unsigned int> m_uses;
-    bool m_isToldOfExit;   // the thread's own
-    int m_exitRounds;      // the thread's own: how often OnExitRound was called
-    std::mutex m_exitLock; // held during a detachment, so that the thread can't exit meanwhile
-    bool m_exits;          // the thread is exiting; guarded by m_exitLock
+    bool m_isToldOfExit; // the thread's own
 };
 
 // A use under way, for a scope. It ends on every way out: also when the thread is cancelled, and
