@@ -14,7 +14,7 @@ if(CMAKE_CROSSCOMPILING AND CMAKE_CXX_BYTE_ORDER STREQUAL "BIG_ENDIAN")
     set(verrick_test_environment LOCPATH=${locale_folder})
 endif()
 
-# tests/exceptions.txt names the tests that can't run on a target, under memcheck or under the thread
+# tests/exceptions.txt names the tests that can't run on a target, under memcheck or under a
 # sanitizer. They are registered all the same, and ctest's summary names them as disabled.
 set(runner "")
 if(CMAKE_CROSSCOMPILING)

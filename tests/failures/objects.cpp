@@ -1,6 +1,7 @@
 // Scenarios of objects, handles, threads, timers, rings and queues.
 #include "tests/failures/calls.h"
 #include "tests/support/signals.h"
+#include "tests/threads/hooks.h"
 #include <verrick/ini_file_lock.h>
 
 #include <semaphore>
@@ -16,12 +17,6 @@ struct Callee : ITimerListener, IWorkerCallbackObj {
         static_cast<Callee*>(callee)->called.notify_all();
     }
     std::atomic<int> called{0};
-};
-
-struct Thread : DThread {
-    explicit Thread(Callee& callee) : DThread(nullptr, 100, 0, 0), m_callee(callee) {}
-    void Run() override { Callee::Note(&m_callee); }
-    Callee& m_callee;
 };
 
 } // namespace
@@ -89,7 +84,7 @@ void Block(int variant) {
 void RunThreads(int) {
     Callee callee;
     Arm();
-    Thread thread(callee);
+    Thread thread([&] { Callee::Note(&callee); }, nullptr, 100);
     Arm(g_failure.error == EINVAL); // of a wait
     AwaitOthersAsleep();            // it is parked, or has failed to wait
     Arm();
@@ -106,10 +101,7 @@ void RunThreads(int) {
 // Parked, and in Run.
 void KillThreads(int variant) {
     static std::counting_semaphore<> s_mayEnd{0};
-    struct Busy : DThread {
-        Busy() : DThread(nullptr, 0, 0, 0) {}
-        void Run() override { s_mayEnd.acquire(); }
-    } thread;
+    Thread thread([] { s_mayEnd.acquire(); }, nullptr);
     if (variant == 1) {
         thread.Start();
         AwaitOthersAsleep();

@@ -20,20 +20,3 @@ TEST(Version, IsFiveBytes) {
     GetDLLVersion(version.data());
     EXPECT_EQ(version, std::string("2.00\0-", 6));
 }
-
-TEST(Interlocked, AtomicCountsLoseNothingAndTellZero) {
-    AtomicInt word(2);
-    auto const count = [&] {
-        for (int i = 0; i < 100000; ++i) {
-            atomic_int_inc(&word);
-        }
-    };
-    {
-        std::jthread const other(count);
-        count();
-    }
-    atomic_int_add(&word, -200000);
-    for (int const isZero : {0, 1, 0}) {
-        EXPECT_EQ(atomic_int_dec_and_test(&word), isZero);
-    }
-}

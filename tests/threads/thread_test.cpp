@@ -208,7 +208,6 @@ TEST(Thread, RunMayEndItsThreadAndThenAChangeOfPriorityLeavesItAlone) {
     EXPECT_EQ(thread.WaitForThreadDeath(0), WAIT_RESULT_OK);
 }
 
-#ifndef __SANITIZE_ADDRESS__ // its runtime takes the unwinding of a cancelled thread for an overrun
 TEST(Thread, AKillThatIsCancelledAtItsMessageHasLetGo) {
     Gate gate;
     Thread thread([&] { gate.Pass(); });
@@ -222,8 +221,6 @@ TEST(Thread, AKillThatIsCancelledAtItsMessageHasLetGo) {
     gate.Open();
     AwaitOthersAsleep(); // as above
 }
-#endif
-
 TEST(Thread, AllOthersWhoWaitAreReleasedWithTheOneThatJoins) {
     Gate gate;
     Thread thread([&] {

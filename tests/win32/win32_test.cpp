@@ -28,23 +28,28 @@ TEST(Win32, FragmentsInC99AndInCpp11CompileUnchangedAndWork) {
     RunFragments(g_fragmentsInCpp11);
 }
 
-// The library's own call reads the word again. So two threads could get the same result, and a
-// reference counter would delete its object twice.
-TEST(Win32, NoTwoThreadsGetTheSameResultFromACounter) {
+// If two threads got the same result, a reference counter would delete its object twice.
+TEST(Counters, GiveTwoThreadsNoResultTwiceAndLoseNothing) {
     LONG counter = 2000000;
+    AtomicInt sum(2);
     std::atomic<int> running{0};
     std::vector<char> results(2000000);
-    auto const countDown = [&] {
+    auto const count = [&] {
         for (++running; running < 2;) {
         }
         for (int i = 0; i < 1000000; ++i) {
             ++results[static_cast<std::size_t>(InterlockedDecrement(&counter))];
+            atomic_int_inc(&sum);
         }
     };
-    std::thread other(countDown);
-    countDown();
+    std::thread other(count);
+    count();
     other.join();
     EXPECT_EQ(std::count(results.begin(), results.end(), 1), 2000000);
+    atomic_int_add(&sum, -2000000);
+    for (int const isZero : {0, 1, 0}) {
+        EXPECT_EQ(atomic_int_dec_and_test(&sum), isZero);
+    }
 }
 
 // The thread's local storage ends when g_go is set.

@@ -75,19 +75,8 @@ auto Between(Call call) {
         return Between([&] { return next(a, b, c, d); });                                          \
     }
 
-YIELDS_AROUND(pthread_mutex_lock)
-YIELDS_AROUND(pthread_mutex_trylock)
-YIELDS_AROUND(pthread_mutex_unlock)
-YIELDS_AROUND(pthread_cond_signal)
-YIELDS_AROUND(pthread_cond_broadcast)
-YIELDS_AROUND(pthread_cond_wait)
-YIELDS_AROUND(pthread_cond_timedwait)
-YIELDS_AROUND(pthread_create)
-YIELDS_AROUND(pthread_join)
-YIELDS_AROUND(pthread_timedjoin_np)
-YIELDS_AROUND(pthread_detach)
-YIELDS_AROUND(sem_post)
-YIELDS_AROUND(sem_wait)
-YIELDS_AROUND(sem_trywait)
-YIELDS_AROUND(sem_clockwait)
-YIELDS_AROUND(sem_timedwait)
+#define FAILS(call, symbol, failed) YIELDS_AROUND(symbol)
+#define FAILS_LATE(symbol) YIELDS_AROUND(symbol)
+#define COUNTS(symbol, change) YIELDS_AROUND(symbol)
+#define PASSES(symbol) YIELDS_AROUND(symbol)
+#include "tests/support/thread_calls.def"
