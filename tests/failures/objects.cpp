@@ -98,10 +98,13 @@ void RunThreads(int) {
     Say{thread.WaitForThreadDeath(-1), callee.called.load()};
 }
 
-// Parked, and in Run.
+// Parked, and in Run, which touches nothing of the object.
 void KillThreads(int variant) {
     static std::counting_semaphore<> s_mayEnd{0};
-    Thread thread([] { s_mayEnd.acquire(); }, nullptr);
+    struct Busy : DThread {
+        Busy() : DThread(nullptr, 0, 0, 0) {}
+        void Run() override { s_mayEnd.acquire(); }
+    } thread;
     if (variant == 1) {
         thread.Start();
         AwaitOthersAsleep();

@@ -22,19 +22,6 @@ TEST(EventHandle, IsDeletedByTheCloseThatEndsItAndByNoOther) {
               WAIT_OBJECT_0); // any value but 0 is a signal
 }
 
-TEST(Handle, OfNoneOrOfTheWrongKindIsRefused) {
-    XEvent event(0, 0);
-    XSemaphore semaphore(0, 1);
-    for (HANDLE const handle : {HANDLE{}, HANDLE{&semaphore}}) {
-        EXPECT_EQ(SetEvent(handle), 0);
-        EXPECT_EQ(PulseEvent(handle), 0);
-        EXPECT_EQ(ResetEvent(handle), 0);
-    }
-    EXPECT_EQ(ReleaseSemaphore(&event, 1, nullptr), 0);
-    EXPECT_EQ(semaphore.CloseHandle(), 1);
-    EXPECT_EQ(WaitForSingleObject(nullptr, 0), WAIT_FAILED);
-}
-
 TEST(HandOff, ALookThatFindsNoSignalIsACancellationPoint) {
     auto kinds = OneOfEachKind();
     kinds.pop_back(); // a queue that is asked for no wait is no such point

@@ -115,6 +115,12 @@ TEST(Win32, ThreadCannotExitDuringTheCloseOfItsHandle) {
 }
 
 TEST(Win32, WrongArgumentsAreRefused) {
+    HANDLE const semaphore = CreateSemaphore(NULL, 0, 1, NULL);
+    for (HANDLE const handle : {HANDLE(), semaphore}) {
+        EXPECT_FALSE(SetEvent(handle) || PulseEvent(handle) || ResetEvent(handle));
+    }
+    CloseHandle(semaphore);
+    EXPECT_EQ(WaitForSingleObject(NULL, 0), WAIT_FAILED);
     DWORD code = 1;
     LONG count = 5;
     EXPECT_FALSE(GetExitCodeThread(g_go, &code));
