@@ -17,8 +17,11 @@ target_sources(Verrick PRIVATE
     threads/signals.cpp
     threads/tasks.cpp
     threads/thread.cpp
+    threads/thread_end.cpp
     threads/thread_exit.cpp
     threads/thread_impl.cpp
+    threads/thread_main.cpp
+    threads/thread_properties.cpp
     threads/time_manager.cpp
     threads/time_manager_impl.cpp
     threads/time_primitives.cpp
