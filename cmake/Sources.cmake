@@ -30,6 +30,7 @@ target_sources(Verrick PRIVATE
     threads/worker_thread.cpp
 
     ini/conversion.cpp
+    ini/file_bytes.cpp
     ini/ini.cpp
     ini/ini_file.cpp
     ini/ini_impl.cpp

@@ -3,18 +3,14 @@
 #include "ini/line_scanner.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
-#include <fcntl.h>
 #include <limits>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace verrick {
 namespace {
 
-constexpr mode_t kNewFileMode = 0666; // before the process's umask
 constexpr long kLongest = std::numeric_limits<long>::max();
 
 // What moves in one step, and the most that a removal may take to be undone.
@@ -25,28 +21,6 @@ constexpr long kUnseenFrom = LineScanner::kLineElements;
 
 constexpr char kBlankLine = '\n';
 constexpr char kStretch = ' ';
-
-// Makes a system call again until no signal interrupts it.
-template<typename Call>
-auto Uninterrupted(Call call) {
-    for (;;) {
-        auto const result = call();
-        if (result != -1 || errno != EINTR) {
-            return result;
-        }
-    }
-}
-
-// Without O_NONBLOCK the opening of a pipe would wait for its other side. A file that another
-// process has leased refuses that flag, and the opening has to wait for the lease.
-int OpenDescriptor(char const* name, int flags) {
-    flags |= O_CLOEXEC | O_NOCTTY;
-    int const descriptor =
-        Uninterrupted([&] { return open(name, flags | O_NONBLOCK, kNewFileMode); });
-    return descriptor != -1 || errno != EWOULDBLOCK
-               ? descriptor
-               : Uninterrupted([&] { return open(name, flags, kNewFileMode); });
-}
 
 // Where a chunk is cut, and what fills a gap at the cut.
 struct Cut {
@@ -90,24 +64,9 @@ long FileSizeLimit() {
 
 } // namespace
 
-FILE* OpenIniFile(char const* name, char const* mode) {
-    int const access = std::strchr(mode, '+') != nullptr ? O_RDWR : O_RDONLY;
-    int descriptor = OpenDescriptor(name, access);
-    if (descriptor == -1 && errno == ENOENT) {
-        // A file that another process creates meanwhile keeps what it holds.
-        descriptor = OpenDescriptor(name, O_RDWR | O_CREAT);
-        mode = "wb+";
-    }
-    FILE* const file = descriptor != -1 ? fdopen(descriptor, mode) : nullptr;
-    if (file == nullptr && descriptor != -1) {
-        close(descriptor);
-    }
-    return file;
-}
-
 bool IniFile::IsRegular() const {
     struct stat status {};
-    return fstat(m_descriptor, &status) == 0 && S_ISREG(status.st_mode);
+    return fstat(Descriptor(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
 bool IniFile::IsLineStart(long offset, bool* isStart) const {
@@ -119,7 +78,7 @@ bool IniFile::IsLineStart(long offset, bool* isStart) const {
 
 bool IniFile::Replace(long start, long end, char const* text, std::size_t textBytes) {
     struct stat status {};
-    if (fstat(m_descriptor, &status) != 0) {
+    if (fstat(Descriptor(), &status) != 0) {
         return false;
     }
     long const size = status.st_size;
@@ -329,7 +288,7 @@ bool IniFile::BlankBackward(long start, long* end) {
 
 bool IniFile::MoveTail(long source, long target) {
     struct stat status {};
-    if (source < 0 || target < 0 || fstat(m_descriptor, &status) != 0) {
+    if (source < 0 || target < 0 || fstat(Descriptor(), &status) != 0) {
         return false;
     }
     source = std::min<long>(source, status.st_size);
@@ -344,53 +303,6 @@ bool IniFile::MoveTail(long source, long target) {
     Fill(room.get(), '\0', bytes);
     return Read(source, room.get(), std::min<long>(bytes, status.st_size - source)) &&
            Replace(source, source, room.get(), static_cast<std::size_t>(bytes));
-}
-
-// Writes the fresh bytes. If that fails, the old ones are written back. If there are fewer of them,
-// the file ended there, and ends there again.
-bool IniFile::Overwrite(long offset, Bytes fresh, Bytes old) const {
-    if (Write(offset, fresh)) {
-        return true;
-    }
-    Write(offset, old);
-    if (old.count < fresh.count) {
-        Truncate(offset + old.count);
-    }
-    return false;
-}
-
-// The system may transfer less than it was asked for, and then goes on from there.
-bool IniFile::Read(long offset, char* bytes, long count) const {
-    while (count > 0) {
-        long const got = Uninterrupted(
-            [&] { return pread(m_descriptor, bytes, static_cast<std::size_t>(count), offset); });
-        if (got <= 0) {
-            return false;
-        }
-        bytes += got;
-        offset += got;
-        count -= got;
-    }
-    return true;
-}
-
-bool IniFile::Write(long offset, Bytes bytes) const {
-    while (bytes.count > 0) {
-        long const written = Uninterrupted([&] {
-            return pwrite(m_descriptor, bytes.at, static_cast<std::size_t>(bytes.count), offset);
-        });
-        if (written <= 0) {
-            return false;
-        }
-        bytes.at += written;
-        offset += written;
-        bytes.count -= written;
-    }
-    return true;
-}
-
-bool IniFile::Truncate(long size) const {
-    return Uninterrupted([&] { return ftruncate(m_descriptor, size); }) == 0;
 }
 
 } // namespace verrick

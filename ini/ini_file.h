@@ -1,16 +1,12 @@
-// An INI file as bytes: opening it, and changing it in place.
+// The changes of an INI file in place.
 #pragma once
 
+#include "ini/file_bytes.h"
+
 #include <cstddef>
-#include <cstdio>
 #include <memory>
 
 namespace verrick {
-
-// Opens a file with the mode "rb" or "rb+" of fopen. A missing file is created, empty. Returns null
-// if that fails, with errno set. The descriptor isn't inherited by started programs, and opening a
-// pipe doesn't wait for the other side.
-FILE* OpenIniFile(char const* name, char const* mode);
 
 // Changes an open file in place. All bytes go through one descriptor, so that a file that gets the
 // same name meanwhile isn't touched.
@@ -21,10 +17,10 @@ FILE* OpenIniFile(char const* name, char const* mode);
 // 2. Else whole lines move, one buffer at a time. The room that they move into holds blank lines.
 //    Each line outside the replaced bytes is in the file at each step, ahead of any stale copy.
 // 3. If more than a buffer is removed, its lines become blank first, from the last one backward.
-class IniFile {
+class IniFile : FileBytes {
 public:
     // The descriptor stays the caller's and must be open for reading and writing.
-    explicit IniFile(int descriptor) : m_descriptor(descriptor) {}
+    explicit IniFile(int descriptor) : FileBytes(descriptor) {}
 
     // Returns whether this is a regular file. Nothing else is edited.
     bool IsRegular() const;
@@ -49,11 +45,6 @@ public:
     bool MoveTail(long source, long target);
 
 private:
-    struct Bytes {
-        char const* at;
-        long count;
-    };
-
     bool ReplaceAtOnce(long start, long end, Bytes text, long size, long limit);
     bool Grow(long start, long end, Bytes text, long size);
     bool Shrink(long start, long end, Bytes text, long size);
@@ -63,12 +54,6 @@ private:
     bool MoveChunkDown(long at, long bytes, long distance, char filler);
     bool BlankBackward(long start, long* end);
 
-    bool Overwrite(long offset, Bytes fresh, Bytes old) const;
-    bool Read(long offset, char* bytes, long count) const;
-    bool Write(long offset, Bytes bytes) const;
-    bool Truncate(long size) const;
-
-    int m_descriptor;
     bool m_undoing = false;
     std::unique_ptr<char[]> m_buffer; // fillers, a chunk, and fillers again
 };
