@@ -31,6 +31,7 @@ target_sources(Verrick PRIVATE
 
     ini/conversion.cpp
     ini/file_bytes.cpp
+    ini/file_text.cpp
     ini/ini.cpp
     ini/ini_file.cpp
     ini/ini_impl.cpp

@@ -1,6 +1,7 @@
 #include <verrick/ini.h>
 
 #include "frame/limits.h"
+#include "ini/file_text.h"
 #include "ini/ini_file.h"
 #include "ini/ini_scan.h"
 #include "strings/text_conversion.h"
@@ -11,77 +12,19 @@
 #include <iterator>
 #include <limits>
 #include <memory>
-#include <string>
 #include <typeinfo>
 #include <utility>
 
 namespace {
 
+using verrick::FileText;
 using verrick::IniFile;
 using verrick::IniScan;
-using verrick::NarrowText;
+using verrick::KeyLine;
+using verrick::kLineEnd;
+using verrick::WholeSection;
 
-constexpr char kLineEnd[] = "\r\n";
 constexpr long kFileEnd = std::numeric_limits<long>::max();
-
-// Narrow text as it goes into the file. Throws std::bad_alloc.
-class FileText {
-public:
-    FileText&& operator<<(char const* text) && {
-        m_text += text;
-        return std::move(*this);
-    }
-
-    FileText&& operator<<(FileText const& text) && {
-        m_text += text.m_text;
-        m_isWhole = m_isWhole && text.m_isWhole;
-        return std::move(*this);
-    }
-
-    // Text that the locale can't convert spoils all of it.
-    FileText&& operator<<(wchar_t const* text) && {
-        NarrowText const narrow(text);
-        m_isWhole = m_isWhole && narrow;
-        return std::move(*this) << (narrow ? narrow.Get() : "");
-    }
-
-    // Adds a line of at most the bytes that the reader sees, cut at a whole character.
-    void AddLine(char const* before, wchar_t const* text, char const* after) {
-        char line[verrick::LineScanner::kLineElements];
-        verrick::Narrowed const narrowed = verrick::Narrow(line, sizeof line, text);
-        m_isWhole = m_isWhole && narrowed.converted;
-        if (narrowed.converted) {
-            m_text.append(before).append(line).append(after);
-        }
-    }
-
-    // Returns whether all of it was converted.
-    bool IsWhole() const { return m_isWhole; }
-
-    std::string const& Get() const { return m_text; }
-
-private:
-    std::string m_text;
-    bool m_isWhole = true;
-};
-
-FileText KeyLine(wchar_t const* key, wchar_t const* value) {
-    return FileText() << key << "=" << value << kLineEnd;
-}
-
-FileText NewSection(wchar_t const* section, FileText const& lines) {
-    return FileText() << kLineEnd << "[" << section << "]" << kLineEnd << lines;
-}
-
-// lines is a multi-string.
-FileText WholeSection(wchar_t const* section, wchar_t const* lines) {
-    FileText text;
-    text.AddLine("[", section, "]\r\n");
-    for (wchar_t const* line = lines; *line != L'\0'; line += std::wcslen(line) + 1) {
-        text.AddLine("", line, kLineEnd);
-    }
-    return text;
-}
 
 // Puts text in the place of the bytes from start to end.
 bool Put(int descriptor, long start, long end, FileText const& text) {
