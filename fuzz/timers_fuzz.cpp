@@ -7,18 +7,13 @@
 #include <ctime>
 #include <map>
 
-namespace {
-
 constexpr long kToday = 1700000000;
 constexpr unsigned int kPoolSize = 256;
 constexpr unsigned int kRow = 260; // timers at once: more than the pool can take
 
-int g_ticks = 0; // still to come in this Run of the engine
-struct EndOfRun {};
-std::size_t g_stackBytes = 0; // of all threads
-int g_sleptMs = 0;
-
-} // namespace
+static int g_ticks = 0;              // still to come in this Run of the engine
+static std::size_t g_stackBytes = 0; // of all threads
+static int g_sleptMs = 0;
 
 int DTimeManagerImplCallouts__CreatePeriodicTimer(void** /*timer*/) {
     return 10;
@@ -54,6 +49,8 @@ namespace {
 
 using Name = std::pair<ITimerListener*, unsigned int>;
 using Place = std::pair<std::int64_t, long>; // on a list
+
+struct EndOfRun {};
 
 struct Timer {
     Name name;

@@ -33,8 +33,7 @@ TEST(Handle, EachHandleIsClosedOnceByItsLastOwner) {
         owner.Reset(other.Release());
         EXPECT_FALSE(other);
     }
-    EXPECT_EQ(first, 1);
-    EXPECT_EQ(second, 1);
+    EXPECT_TRUE(first == 1 && second == 1);
 }
 
 TEST(LockGuard, HoldsARecordOfEitherKindForItsScope) {

@@ -8,7 +8,7 @@ static std::string g_nextName;
 
 // Compiled with the same file offsets as the library, so this stands in for the call that it makes.
 extern "C" dirent* readdir(DIR* directory) {
-    static auto* const real = reinterpret_cast<dirent* (*)(DIR*)>(dlsym(RTLD_NEXT, "readdir64"));
+    static auto* const real = Real(readdir, "readdir64");
     static char room[2 * 4096];
     if (g_nextName.empty()) {
         return real(directory);
@@ -28,8 +28,7 @@ std::wstring Wide(std::string const& text) {
     return wide;
 }
 
-class Directories : public testing::Test {
-protected:
+struct Directories : testing::Test {
     // Each returns how many entries its face finds. The last one is then in data or in info.
     int Searched(std::string const& text) {
         int count = 0;

@@ -9,8 +9,7 @@ namespace fs = std::filesystem;
 // Status, count and bytes of one transfer.
 using Transfer = std::tuple<FileStatus, unsigned int, std::string>;
 
-class File : public testing::Test {
-protected:
+struct File : testing::Test {
     Transfer Read() {
         char text[100] = {};
         unsigned int count = 999;

@@ -13,22 +13,17 @@ namespace {
 std::string const kPlugin = VERRICK_TEST_PLUGIN; // its path
 std::wstring const kWidePlugin(kPlugin.begin(), kPlugin.end());
 
-template<class Action>
-std::string Printed(Action action) {
-    testing::internal::CaptureStdout();
-    action();
-    return testing::internal::GetCapturedStdout();
-}
-
 TEST(Libraries, AreReplacedByALoadThatFails) {
     DDynamicLibrary library(kWidePlugin.c_str());
     EXPECT_TRUE(library.Load(kWidePlugin.c_str()));
     EXPECT_NE(library.GetProcedureByName(L"pluginAnswer"), nullptr);
     EXPECT_EQ(dlsym(RTLD_DEFAULT, "pluginAnswer"), nullptr) << "only through the object";
-    std::string const printed = Printed([&] { EXPECT_FALSE(library.Load(L"./100%s%n.so")); });
+    testing::internal::CaptureStdout();
+    EXPECT_FALSE(library.Load(L"./100%s%n.so"));
     dlopen("./100%s%n.so", RTLD_LAZY);
     std::string const reason = dlerror();
-    EXPECT_EQ(printed, "\nDDynamicLib=> ./100%s%n.so error  = " + reason + "\n");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "\nDDynamicLib=> ./100%s%n.so error  = " + reason + "\n");
     EXPECT_EQ(library.GetProcedureByName(L"pluginAnswer"), nullptr);
     EXPECT_EQ(dlopen(kPlugin.c_str(), RTLD_LAZY | RTLD_NOLOAD), nullptr);
 }
@@ -45,12 +40,11 @@ TEST(Libraries, NeverLoadOrFindPartOfAName) {
     EXPECT_EQ(library.GetProcedureByName(std::wstring(4096, L'n').c_str()), nullptr);
     EXPECT_EQ(library.GetProcedureByName(L"pluginAnswer\u00E9"), nullptr);
     EXPECT_EQ(GetProcAddress(&library, "pluginAnswer\xC3"), nullptr);
-    EXPECT_EQ(Printed([&] {
-                  EXPECT_FALSE(library.Load((padded + L"x").c_str()));
-                  EXPECT_FALSE(library.Load((kWidePlugin + L"\u00E9").c_str()));
-                  EXPECT_EQ(LoadLibrary(nullptr), nullptr);
-              }),
-              "");
+    testing::internal::CaptureStdout();
+    EXPECT_FALSE(library.Load((padded + L"x").c_str()));
+    EXPECT_FALSE(library.Load((kWidePlugin + L"\u00E9").c_str()));
+    EXPECT_EQ(LoadLibrary(nullptr), nullptr);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
 }
 
 TEST(Libraries, WorkThroughTheFlatCallsInAnyLanguage) {
@@ -67,19 +61,13 @@ TEST(Libraries, WorkThroughTheFlatCallsInAnyLanguage) {
     EXPECT_EQ(FreeLibrary(nullptr), 0);
 }
 
-DDynamicLibrary* g_program = nullptr;
-
-// Looks up a symbol while another thread is blocked in a look-up, waiting for the loader.
-void LookUpBesideABlockedThread() {
-    AwaitOthersAsleep();
-    EXPECT_NE(GetProcAddress(g_program, "FreeLibrary"), nullptr);
-}
-
 // The loader keeps its lock while it runs the plug-in's code. A test that stands still fails.
 TEST(Libraries, AreLookedUpByAPluginBesideAThreadThatDoesTheSame) {
-    DDynamicLibrary program(L"");
-    g_program = &program;
-    g_atLoad = g_atUnload = LookUpBesideABlockedThread;
+    static DDynamicLibrary program(L"");
+    g_atLoad = g_atUnload = [] {
+        AwaitOthersAsleep(); // the other thread is blocked in a look-up, waiting for the loader
+        EXPECT_NE(GetProcAddress(&program, "FreeLibrary"), nullptr);
+    };
     std::jthread const other([&](std::stop_token const& stop) {
         while (!stop.stop_requested()) {
             program.GetProcedureByName(L"LoadLibrary");

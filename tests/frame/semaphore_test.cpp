@@ -4,13 +4,9 @@
 #include <new>
 #include <sys/mman.h>
 
-namespace {
-
-std::atomic<int> g_posts{0};
-std::atomic<int> g_ended{0}; // semaphores
-void* g_page = nullptr;      // is unmapped after the next post
-
-} // namespace
+static std::atomic<int> g_posts{0};
+static std::atomic<int> g_ended{0}; // semaphores
+static void* g_page = nullptr;      // is unmapped after the next post
 
 extern "C" int sem_post(sem_t* semaphore) noexcept {
     static auto* const post =

@@ -19,8 +19,7 @@ extern "C" int pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t
 static std::function<void()> g_afterWakeUp;
 
 extern "C" int pthread_cond_signal(pthread_cond_t* condition) noexcept {
-    static auto* const real =
-        reinterpret_cast<int (*)(pthread_cond_t*)>(dlsym(RTLD_NEXT, "pthread_cond_signal"));
+    static auto* const real = Real(pthread_cond_signal, "pthread_cond_signal");
     int const error = real(condition);
     if (auto const after = std::exchange(g_afterWakeUp, nullptr)) {
         after();

@@ -2,8 +2,7 @@
 #include <csignal>
 #include <semaphore>
 
-class MessageQueue : public testing::Test {
-protected:
+struct MessageQueue : testing::Test {
     ~MessageQueue() override { EXPECT_EQ(MsgQDelete(queue), 0); }
 
     int Send(char const* byte) { return MsgQSend(queue, byte, 1, 0, 0); }
@@ -68,15 +67,13 @@ TEST_F(MessageQueue, StartsTheTimeAnewForACallThatAMoveWakesInVain) {
 static MsgQueue* s_queue = nullptr;
 
 // The thread that handles the signal waits in a receive. Its own message wakes it.
-static void SendAndBeCancelled(int /*signal*/) {
-    EXPECT_EQ(MsgQSend(s_queue, "x", 1, 0, 0), 0);
-    pthread_cancel(pthread_self());
-    pthread_testcancel();
-}
-
 TEST_F(MessageQueue, PassesOnTheWakeUpOfACancelledReceiver) {
     s_queue = queue;
-    std::signal(SIGUSR1, SendAndBeCancelled);
+    std::signal(SIGUSR1, [](int) {
+        EXPECT_EQ(MsgQSend(s_queue, "x", 1, 0, 0), 0);
+        pthread_cancel(pthread_self());
+        pthread_testcancel();
+    });
     std::jthread cancelled([] { MsgQReceive(s_queue, nullptr, 0, INFINITE); });
     AwaitOthersAsleep();
     auto receiver = Receive(INFINITE);

@@ -12,8 +12,7 @@ inline unsigned int g_idOfLetGo = 0;
 inline bool g_hasExited = false;
 
 extern "C" int pthread_detach(pthread_t thread) noexcept {
-    static auto* const real =
-        reinterpret_cast<int (*)(pthread_t)>(dlsym(RTLD_NEXT, "pthread_detach"));
+    static auto* const real = Real(pthread_detach, "pthread_detach");
     auto const exists = [] {
         return std::filesystem::exists("/proc/self/task/" + std::to_string(g_idOfLetGo));
     };

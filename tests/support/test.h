@@ -1,4 +1,5 @@
-// What nearly every test uses: the library, the test framework, and threads.
+// What nearly every test uses: the library, the test framework, threads, and the C library behind a
+// function of the test.
 #pragma once
 
 #include "tests/support/asleep.h"
@@ -21,3 +22,9 @@
 #include <optional>
 #include <utility>
 #include <vector>
+
+// Returns the C library's function, behind which the test's own stands.
+template<class Function>
+Function* Real(Function*, char const* name) {
+    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}

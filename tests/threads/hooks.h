@@ -83,12 +83,6 @@ struct SlowEvent : DEventImpl {
     std::atomic<bool> isInUse = false;
 };
 
-// Returns the C library's function, behind which the test's own stands.
-template<class Function>
-Function* Real(Function*, char const* name) {
-    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
-}
-
 // If set, the next thread of the library passes this gate inside its object, on the way to being
 // parked. The pointer becomes null, with a notice, when a thread gets there.
 inline std::atomic<Gate*> g_insideObject{nullptr};

@@ -2,14 +2,10 @@
 #include <ctime>
 #include <sys/select.h>
 
-namespace {
-
 // What the system's calls were asked for, and what they answer.
-timeval g_slept{};
-timespec g_resolution{};
-timespec g_monotonic{};
-
-} // namespace
+static timeval g_slept{};
+static timespec g_resolution{};
+static timespec g_monotonic{};
 
 extern "C" int select(int, fd_set*, fd_set*, fd_set*, timeval* period) {
     g_slept = *period;

@@ -3,14 +3,10 @@
 
 #include "hooks.h"
 
-namespace {
-
-Gate g_tick; // from its opening on the engine is held up briefly
-std::atomic<bool> g_isWaiting{false};
-std::function<void()> g_onCreate = [] {};
-int g_clocks = 0; // that were made and not yet ended
-
-} // namespace
+static Gate g_tick; // from its opening on the engine is held up briefly
+static std::atomic<bool> g_isWaiting{false};
+static std::function<void()> g_onCreate = [] {};
+static int g_clocks = 0; // that were made and not yet ended
 
 int DTimeManagerImplCallouts__CreatePeriodicTimer(void** /*timer*/) {
     std::exchange(g_onCreate, [] {})();
