@@ -46,7 +46,7 @@ class Family:
 FAMILIES = {
     'strings': Family(['strings_test', 'ini_test', 'files_test'], ['text', 'ini']),
     'frame': Family(['frame_test', 'misuse_test', 'time_test', 'win32_test', 'handles_test',
-                     'queues_test', 'threads_test', 'files_test'], [], failures=('objects', 'threads')),
+                     'queues_test', 'threads_test', 'files_test'], ['timers'], failures=('objects', 'threads')),
     'threads': Family(['threads_test', 'time_test', 'timer_clock_test'], ['timers'],
                       failures=('threads', 'timers')),
     'ini': Family(['ini_test', 'strings_test'], ['ini', 'text'], failures=('ini',),
