@@ -21,7 +21,7 @@ TEST(Timers, DestroyAndDestroyInstanceWaitForACallUnderWay) {
         auto listener = std::make_unique<Listener>();
         listener->then = [&](unsigned int) {
             gate.Pass();
-            manager->CreateRelativeTimer(&other, 2, 10, 0, 0); // perhaps too late to be of use
+            manager->CreateRelativeTimer(&other, 2, 10, 0, 0);      // perhaps too late to be of use
             endsService ? DTimeManager::DestroyInstance() : void(); // doesn't wait for the other
         };
         manager->CreateRelativeTimer(listener.get(), 1, 10, 0, TIMER_REPEAT);
