@@ -6,10 +6,12 @@ namespace {
 TEST(Strings, MayBeNull) {
     wchar_t text[] = L"a";
     char narrow[] = "b";
+    std::unique_ptr<FILE, int (*)(FILE*)> const file(std::fopen("/dev/zero", "re"), std::fclose);
+    FILE* const zeros = file.get();
     for (void const* const result : std::initializer_list<void const*>{
              _strdup(nullptr), _trim(nullptr), _strupr(nullptr), _wcstok(text, nullptr),
-             myfgets(narrow, 2, nullptr), myfgets(nullptr, 2, stdin), myfgets(narrow, 0, stdin),
-             myfgetws(text, 2, nullptr), myfgetws(nullptr, 2, stdin), myfgetws(text, 0, stdin)}) {
+             myfgets(narrow, 2, nullptr), myfgets(nullptr, 2, zeros), myfgets(narrow, 0, zeros),
+             myfgetws(text, 2, nullptr), myfgetws(nullptr, 2, zeros), myfgetws(text, 0, zeros)}) {
         EXPECT_EQ(result, nullptr);
     }
     EXPECT_EQ(_stricmp(nullptr, L""), -1);

@@ -31,14 +31,12 @@ TEST(Worker, CallsBackOnceWithTheNewestOfTheBlocksThatWait) {
         g_spuriousWakeUps = 1; // which brings no work
     };
     DWorkerThread worker("worker", 0, 0, 0);
-    EXPECT_TRUE(Give(worker, "dropped tail"));
+    EXPECT_TRUE(Give(worker, "dropped tail") && Give(worker, ""));
     AwaitOthersAsleep();
     EXPECT_EQ(worker.AddCallbackObject(&callback), nullptr);
     EXPECT_EQ(worker.AddCallbackObject(&callback), &callback);
     char data[] = "never seen";
-    EXPECT_FALSE(worker.DoWork(0, data));
-    EXPECT_FALSE(worker.DoWork(-1, data));
-    EXPECT_FALSE(worker.DoWork(1, nullptr));
+    EXPECT_FALSE(worker.DoWork(0, data) || worker.DoWork(-1, data) || worker.DoWork(1, nullptr));
     EXPECT_TRUE(Give(worker, "first"));
     callback.seen.Await(1);
     EXPECT_TRUE(Give(worker, "other"));
