@@ -35,7 +35,7 @@ unsigned int Drain(ISemaphore& semaphore) {
 
 TEST(Semaphore, ReleasesWhatFitsUnderASignedMaximum) {
     // What it begins with, its maximum, what is released, and what is there then.
-    constexpr unsigned int cases[][4] = {{1, 2, 3, 2},
+    constexpr unsigned int cases[][4] = {{0, 2, 3, 2},
                                          {3, 1, 5, 3},
                                          {1, 0x80000000U, 5, 1},
                                          {0, 3 * 65536 + 1, ~0U, 3 * 65536 + 1},

@@ -42,8 +42,7 @@ TEST(Timers, DestroyAndDestroyInstanceWaitForACallUnderWay) {
 }
 
 TEST(Timers, AListenerMayEndTheServiceAndBeginAnother) {
-    Listener first;
-    Listener second;
+    Listener first, second;
     Service const service;
     first.then = [&](unsigned int) {
         Sleep(50); // the other timer's expiry waits by then
