@@ -20,8 +20,7 @@ HANDLE Counted(int& closings) {
 }
 
 TEST(Handle, EachHandleIsClosedOnceByItsLastOwner) {
-    int first = 0;
-    int second = 0;
+    int first = 0, second = 0;
     {
         verrick::Handle owner(Counted(first));
         owner.Reset(owner.Get());

@@ -70,8 +70,7 @@ unsigned __stdcall EndLateByCall(void* ran) {
 TEST(Win32, ThreadRunsAfterResumeAndIsOverAfterItsLocalStorage) {
     for (bool const isBegun : {true, false}) {
         HANDLE const ran = CreateEvent(NULL, TRUE, FALSE, NULL);
-        DWORD id = 0;
-        DWORD code = 0;
+        DWORD id = 0, code = 0;
         ResetEvent(g_go);
         HANDLE const thread = isBegun ? reinterpret_cast<HANDLE>(_beginthreadex(
                                             NULL, 0, EndLateByCall, ran, CREATE_SUSPENDED, &id))
