@@ -36,6 +36,7 @@ TEST(Deadline, CarriesAboveTheLastNanosecondAndStaysWithinTheClock) {
         {DeadlineAfter({10, 5}, -1500), {9, -499999995}},
         {FlatDeadlineAfter({10, 1000000}, 0xFFFFFFFE), {4294977, 295000000}},
         {FlatDeadlineAfter({last, 999999999}, 0xFFFFFFFE), {last, 293999999}},
+        {FlatDeadlineAfter({last, 5}, 1000), {last, 5}},
     };
     for (auto const& [actual, expected] : cases) {
         EXPECT_EQ(actual.tv_sec, expected.tv_sec);
