@@ -40,11 +40,12 @@ class Family:
     programs: list  # of googletest
     fuzz: list  # targets, as far as they have seeds
     failures: tuple = ()  # groups of tests/failures/table.txt
+    soak: bool = True
     extra: tuple = ()  # sources outside the family's folder
 
 
 FAMILIES = {
-    'strings': Family(['strings_test', 'ini_test', 'files_test'], ['text', 'ini']),
+    'strings': Family(['strings_test', 'ini_test', 'files_test'], ['text', 'ini'], soak=False),
     'frame': Family(['frame_test', 'misuse_test', 'time_test', 'win32_test', 'handles_test',
                      'queues_test', 'threads_test', 'files_test'], ['timers'], failures=('objects', 'threads')),
     'threads': Family(['threads_test', 'time_test', 'timer_clock_test'], ['timers'],
@@ -101,6 +102,9 @@ class Build:
             self._programs.append('failing_calls')
         self._commands += [[tree / 'tests/failures/check_failures.py', group, programs / 'failing_calls']
                            for group in family.failures]
+        if family.soak:
+            self._programs.append('soak')
+            self._commands.append([tree / 'tests/soak/run_briefly.sh', programs / 'soak'])
         self._limits = [None] * len(self._commands)
 
     def _configure(self, tree):
