@@ -83,7 +83,9 @@ TEST(Thread, HasItsNamePriorityAndStackInRunAndTakesNewOnes) {
     thread.WaitForThreadDeath(-1);
 }
 
+// Run may begin before the members of its class are built.
 TEST(Thread, StartInABaseConstructorReachesTheRunOfTheWholeObject) {
+    static Recorder<int> s_runs;
     struct Base : DThread {
         Base() : DThread("tested", 0, 0, 0) {
             Start();
@@ -91,11 +93,10 @@ TEST(Thread, StartInABaseConstructorReachesTheRunOfTheWholeObject) {
         }
     };
     struct Derived : Base {
-        void Run() override { runs.Note(1); }
-        Recorder<int> runs;
+        void Run() override { s_runs.Note(1); }
     } derived;
     EXPECT_EQ(derived.WaitForThreadDeath(-1), WAIT_RESULT_OK);
-    EXPECT_EQ(derived.runs.Await(0).size(), 1U);
+    EXPECT_EQ(s_runs.Await(0).size(), 1U);
 }
 
 TEST(Thread, DestructionWaitsForOneOnItsWayToRunWhichNeverGetsThere) {
