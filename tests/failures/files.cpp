@@ -154,8 +154,7 @@ void ListDirectories(int) {
 }
 
 void NameDirectories(int) {
-    wchar_t current[4096] = L"kept";
-    wchar_t full[4096] = L"kept";
+    wchar_t current[4096] = L"kept", full[4096] = L"kept";
     Arm();
     bool const isKnown = GetCurrentDir(current, 4096) == std::wcslen(current);
     GetFullFilename(L"name", full, 4096);

@@ -84,9 +84,8 @@ TEST(SemaphoreHandle, ReleasesAllOrNothingUpToTheSystemsMaximum) {
     EXPECT_EQ(previous, INT_MAX);
     EXPECT_LT(g_posts, 100000);
     EXPECT_EQ(XSemaphore(INT_MAX, INT_MAX).SetToSignaledState(), 0);
-    XSemaphore empty(0, LONG_MAX);
+    XSemaphore empty(0, LONG_MAX), other(0, LONG_MAX);
     EXPECT_EQ(ReleaseSemaphore(&empty, INT_MAX, nullptr), 1);
-    XSemaphore other(0, LONG_MAX);
     EXPECT_EQ(ReleaseSemaphore(&other, 199999, nullptr), 1);
     EXPECT_EQ(other.SetToSignaledState(), 1);
     for (int i = 0; i < 200000; ++i) {

@@ -75,9 +75,10 @@ static void Worker(unsigned int*) {
     Callee callee;
     DWorkerThread worker("soak", 0, 0, 0);
     worker.AddCallbackObject(&callee);
-    char id = 1;
-    AGREE(worker.DoWork(sizeof id, &id) && worker.DoWork(sizeof id, &id));
-    callee.Await(id);
+    for (char id = 1; id < char{kThreads}; ++id) {
+        AGREE(worker.DoWork(sizeof id, &id));
+    }
+    callee.Await(kThreads - 1);
     callee.Start();
     AGREE(callee.WaitForThreadDeath(-1) == WAIT_RESULT_OK && callee.m_calls.at(0) == 1);
 }
@@ -94,7 +95,7 @@ static void Timers(unsigned int*) {
     for (unsigned int id = 0; id < kThreads; ++id) {
         AGREE(timers->CreateRelativeTimer(&callee, id, 5, 0, id % 2 * TIMER_REPEAT));
         callee.Await(id);
-        AGREE(timers->Deactivate(&callee, id) == (id % 2 == 1) && timers->GetTickCount() > 0);
+        AGREE(timers->Deactivate(&callee, id) == (id % 2 == 1));
         AGREE(timers->Destroy(&callee, id) && (id % 2 == 1 || callee.m_calls.at(id) == 1));
     }
 }

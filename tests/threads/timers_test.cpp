@@ -132,7 +132,8 @@ TEST(Timers, SignalsReachNoThreadOfTheServiceButThoseThatAListenerStarts) {
     sigset_t set{};
     sigaddset(&set, SIGUSR1);
     pthread_sigmask(SIG_BLOCK, &set, nullptr);
-    service->GetTickCount();
+    for (unsigned int const start = service->GetTickCount(); service->GetTickCount() == start;) {
+    }
     sigaddset(&set, SIGUSR2);
     pthread_sigmask(SIG_BLOCK, &set, nullptr);
     kill(getpid(), SIGUSR2); // would end the process
