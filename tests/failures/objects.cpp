@@ -28,8 +28,7 @@ void MakeObjects(int) {
     DCriticalSection section;
     DInterlockedValue value(7);
     verrick::Handle const counted(CreateSemaphore(nullptr, 1, 2, nullptr));
-    DSemaphore first(1, 1, L"name");
-    DSemaphore second(5, 5, L"NAME");
+    DSemaphore first(1, 1, L"name"), second(5, 5, L"NAME");
     long const held = g_heldMutexes;
     DMonitor const monitor(section);
     Say{g_heldMutexes - held, value.Increment()};

@@ -37,8 +37,7 @@ TEST(HandOff, ALookThatFindsNoSignalIsACancellationPoint) {
 }
 TEST(HandOff, LosesNoSignalAndShowsWhatWasWrittenBeforeIt) {
     constexpr int kRounds = 20000;
-    auto const filled = OneOfEachKind();
-    auto const emptied = OneOfEachKind();
+    auto const filled = OneOfEachKind(), emptied = OneOfEachKind();
     for (std::size_t kind = 0; kind < filled.size(); ++kind) {
         int slot = 0;
         std::jthread const writer([&] {

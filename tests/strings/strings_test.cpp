@@ -32,8 +32,7 @@ TEST(Strings, MayBeNull) {
 }
 
 TEST(Strings, AreCutIntoTokensOfOneSearch) {
-    wchar_t first[] = L",a,b";
-    wchar_t second[] = L"c";
+    wchar_t first[] = L",a,b", second[] = L"c";
     EXPECT_EQ(_wcstok(nullptr, L","), nullptr);
     EXPECT_STREQ(_wcstok(first, L","), L"a");
     EXPECT_EQ(_wcstok(nullptr, nullptr), nullptr);

@@ -4,8 +4,7 @@
 
 // What the system's calls were asked for, and what they answer.
 static timeval g_slept{};
-static timespec g_resolution{};
-static timespec g_monotonic{};
+static timespec g_resolution{}, g_monotonic{};
 
 extern "C" int select(int, fd_set*, fd_set*, fd_set*, timeval* period) {
     g_slept = *period;

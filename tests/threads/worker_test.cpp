@@ -66,8 +66,7 @@ TEST(Worker, EndsParkedDerivedIdleOrAfterItsCallbackAndBeginsNoOther) {
         } derived("derived", 0, 0, kNoThreadYet);
         DThread::Create(&derived, 0, 0, 0);
         derived.Start();
-        DWorkerThread idle("idle", 0, 0, 0);
-        DWorkerThread worker("busy", 0, 0, 0);
+        DWorkerThread idle("idle", 0, 0, 0), worker("busy", 0, 0, 0);
         worker.AddCallbackObject(&callback);
         Give(worker, "first");
         callback.seen.Await(1);
