@@ -249,15 +249,15 @@ TEST(Thread, HasOnePosixThreadAtMostAndTakesNothingWithoutIt) {
         void Run() override { ids.Note(gettid()); }
         Recorder<int> ids;
     } thread;
-    auto const takesNothing = [&] {
+    auto const takesNothing = [&](int priority) {
         thread.SetName("other");
         EXPECT_STREQ(thread.GetName(), "late");
         EXPECT_EQ(thread.SetPriority(9), -1);
-        EXPECT_EQ(thread.GetPriority(), 7);
+        EXPECT_EQ(thread.GetPriority(), priority);
         EXPECT_EQ(thread.GetThreadId(), -1);
     };
-    takesNothing();
-    DThreadImpl own("own", 7, 0, 0, &thread); // creates the owner's thread
+    takesNothing(7);
+    DThreadImpl own("own", 5, 0, 0, &thread); // creates the owner's thread, with a new priority
     DThreadImpl second("second", 7, 0, 0, &thread);
     second.Run();
     EXPECT_EQ(testing::internal::GetCapturedStdout(),
@@ -273,7 +273,7 @@ TEST(Thread, HasOnePosixThreadAtMostAndTakesNothingWithoutIt) {
     EXPECT_EQ(thread.SetPriority(9), -1);
     EXPECT_EQ(thread.GetThreadId(), -1);
     thread.Kill();
-    takesNothing();
+    takesNothing(5);
 }
 
 TEST(Task, RunsWithItsArgumentPriorityAndStack) {
