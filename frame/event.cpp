@@ -3,6 +3,7 @@
 #include "frame/event_core.h"
 #include "frame/facade.h"
 #include "frame/timeout.h"
+#include "frame/wait_result.h"
 
 IEvent::IEvent() = default;
 IEvent::~IEvent() = default;
@@ -70,12 +71,5 @@ void DEventImpl::Reset() {
 }
 
 wait_result_t DEventImpl::Wait(int timeoutMs) {
-    switch (Core(*this).Wait(verrick::ObjectTimeout(timeoutMs))) {
-    case 0:
-        return WAIT_RESULT_OK;
-    case ETIMEDOUT:
-        return WAIT_RESULT_TIMEOUT;
-    default:
-        return WAIT_RESULT_FAILED;
-    }
+    return verrick::WaitResultOf(Core(*this).Wait(verrick::ObjectTimeout(timeoutMs)));
 }

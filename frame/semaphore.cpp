@@ -4,6 +4,7 @@
 #include "frame/interlocked_access.h"
 #include "frame/semaphore_counts.h"
 #include "frame/timeout.h"
+#include "frame/wait_result.h"
 #include <verrick/strings.h>
 
 #include <algorithm>
@@ -82,7 +83,7 @@ wait_result_t DSemaphoreImpl::Wait(int timeoutMs) {
     }
     CSemaphoreNode& node = *m_node;
     if (verrick::TakeCount(node.m_sem, verrick::ObjectTimeout(timeoutMs)) != 0) {
-        return errno == ETIMEDOUT ? WAIT_RESULT_TIMEOUT : WAIT_RESULT_FAILED;
+        return verrick::WaitResultOf(errno);
     }
     verrick::DrawFromBank(node.m_sem, node.m_bank);
     InterlockedAccess::WordOf(node.m_count).fetch_sub(1, relaxed);

@@ -40,14 +40,15 @@ class Family:
     programs: list  # of googletest
     fuzz: list  # targets, as far as they have seeds
     failures: tuple = ()  # groups of tests/failures/table.txt
-    soak: bool = True
+    soak: bool = True  # two seconds of it, because dropped locks show when threads meet
     extra: tuple = ()  # sources outside the family's folder
 
 
 FAMILIES = {
     'strings': Family(['strings_test', 'ini_test', 'files_test'], ['text', 'ini'], soak=False),
     'frame': Family(['frame_test', 'misuse_test', 'time_test', 'win32_test', 'handles_test',
-                     'queues_test', 'threads_test', 'files_test'], ['timers'], failures=('objects', 'threads')),
+                     'queues_test', 'threads_test', 'files_test'], ['timers'],
+                    failures=('objects', 'threads')),
     'threads': Family(['threads_test', 'time_test', 'timer_clock_test'], ['timers'],
                       failures=('threads', 'timers')),
     'ini': Family(['ini_test', 'strings_test'], ['ini', 'text'], failures=('ini',),

@@ -1,6 +1,7 @@
 // How a thread is waited for and let go.
 #include "frame/deadline.h"
 #include "frame/relaxed.h"
+#include "frame/wait_result.h"
 #include "frame/waiting.h"
 #include "threads/object_use.h"
 #include "threads/thread_steps.h"
@@ -126,14 +127,7 @@ int DThreadImpl::WaitForThreadDeath(int timeoutMs) {
         thread = m_thread.load(relaxed);
         JoinTurn::BeginLocked(*this);
     }
-    switch (JoinTurn(*this, thread).Join(timeoutMs)) {
-    case 0:
-        return WAIT_RESULT_OK;
-    case ETIMEDOUT:
-        return WAIT_RESULT_TIMEOUT;
-    default:
-        return WAIT_RESULT_FAILED;
-    }
+    return verrick::WaitResultOf(JoinTurn(*this, thread).Join(timeoutMs));
 }
 
 // Waits once: whatever wakes the caller ends its call.

@@ -5,7 +5,6 @@
 #include "frame/sleep.h"
 #include "frame/waiting.h"
 
-#include <climits>
 #include <csignal>
 
 #include <sched.h>
@@ -53,22 +52,23 @@ void ThreadExit::OnRound(void* exit) {
 }
 
 // glibc's pthread_detach lets the thread free itself, and then reads of it once more (its bug
-// 19951). So the thread mustn't end meanwhile: either it can't exit yet, or it is gone already.
+// 19951). So the thread mustn't end meanwhile: either it can't exit yet, or it is gone already, or
+// it is the caller itself.
 int ThreadExit::Detach(pthread_t thread, int kernelId) {
     std::lock_guard const lock(m_lock);
-    if (m_isUnderWay) {
+    if (m_isUnderWay && gettid() != kernelId) {
         AwaitEnd(kernelId);
     }
     return pthread_detach(thread);
 }
 
 // The exit takes microseconds. A thread that another destructor of its own holds up is waited for
-// no longer than a callback. The calling thread is such a one, too, and isn't waited for.
+// no longer than a callback.
 void ThreadExit::AwaitEnd(int kernelId) {
     ErrnoKept const kept;
     CancellationPutOff const putOff;
-    for (int looks = gettid() == kernelId ? INT_MAX : 0;
-         looks < kDrainYields + kStuckCallMs && tgkill(getpid(), kernelId, 0) == 0; ++looks) {
+    for (int looks = 0; looks < kDrainYields + kStuckCallMs && tgkill(getpid(), kernelId, 0) == 0;
+         ++looks) {
         if (looks < kDrainYields) {
             sched_yield();
         } else {

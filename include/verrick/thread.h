@@ -118,8 +118,8 @@ public:
      *
      * - A parked thread ends without Run. Blocks until it has ended.
      * - A started one that isn't in Run ends without Run. One in Run runs on. Both are detached, as
-     *   pthread_detach does, and a line on standard output says so. Blocks only
-     *   for a thread that is just exiting after Run, at most a second.
+     *   pthread_detach does, and a line on standard output says so. Blocks only for a thread that
+     *   is just exiting after Run, at most a second.
      * - A joined one is only forgotten.
      *
      * A second call does nothing. If another caller is in WaitForThreadDeath, that one keeps the

@@ -133,7 +133,7 @@ TEST(Timers, SignalsReachNoThreadOfTheServiceButThoseThatAListenerStarts) {
     sigaddset(&set, SIGUSR1);
     pthread_sigmask(SIG_BLOCK, &set, nullptr);
     for (unsigned int const start = service->GetTickCount(); service->GetTickCount() == start;) {
-    }
+    } // reads the clock beside a tick
     sigaddset(&set, SIGUSR2);
     pthread_sigmask(SIG_BLOCK, &set, nullptr);
     kill(getpid(), SIGUSR2); // would end the process

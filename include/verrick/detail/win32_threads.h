@@ -324,8 +324,8 @@ private:
  * thread that waits for itself waits until the time runs out.
  *
  * CloseHandle ends the handle alone and the thread runs on. It waits only for a thread that is just
- * exiting, at most a second. A suspended thread without a handle
- * stays suspended for ever. Throws std::bad_alloc.
+ * exiting, at most a second. A suspended thread without a handle stays suspended for ever. Throws
+ * std::bad_alloc.
  *
  * @param attributes ignored.
  * @param stackSize bytes that the stack has at least. It never gets less than the system's default,
